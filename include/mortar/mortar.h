@@ -1,0 +1,13 @@
+// Mortar: the whole public interface in one header.
+//
+// Clients may include just this file, or the headers of the modules they use.
+#ifndef MORTAR_MORTAR_H
+#define MORTAR_MORTAR_H
+
+#include <mortar/export.h>
+
+#include <mortar/platform/codepage.h>
+#include <mortar/platform/mbstring.h>
+#include <mortar/platform/system.h>
+
+#endif
