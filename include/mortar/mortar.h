@@ -10,4 +10,6 @@
 #include <mortar/platform/mbstring.h>
 #include <mortar/platform/system.h>
 
+#include <mortar/sys/SYS_StringBase.h>
+
 #endif

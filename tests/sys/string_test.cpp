@@ -1,0 +1,325 @@
+#include <mortar/platform/codepage.h>
+#include <mortar/sys/SYS_StringBase.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <random>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+// The whole text of a string, embedded NUL bytes included.
+std::string Bytes(SYS_StringBase const& s) {
+    return std::string(s.GetString(), static_cast<std::size_t>(s.GetLength()));
+}
+
+struct CodePageScope {
+    explicit CodePageScope(int cp) { mortar::SetCodePage(cp); }
+    ~CodePageScope() { mortar::SetCodePage(mortar::CodePageWestern); }
+};
+
+template <class Exception, class F>
+void ExpectThrowText(F f, char const* text) {
+    try {
+        f();
+        ADD_FAILURE() << "no exception, expected " << text;
+    } catch (Exception const& e) {
+        EXPECT_STREQ(e.what(), text);
+    }
+}
+#define EXPECT_BAD_POSITION(statement)                                                                       \
+    ExpectThrowText<std::out_of_range>([&] { statement; }, "invalid string position")
+#define EXPECT_TOO_LONG(statement) ExpectThrowText<std::length_error>([&] { statement; }, "string too long")
+
+TEST(StringBase, ConstructionAndAssignmentKeepEveryByte) {
+    EXPECT_EQ(Bytes(SYS_StringBase(nullptr)), "");
+    EXPECT_EQ(Bytes(SYS_StringBase(static_cast<char const*>(nullptr), 5)), "");
+    EXPECT_EQ(Bytes(SYS_StringBase('\0', 2)), std::string(2, '\0'));
+    SYS_StringBase source("a\0bc", 4), copy(source);
+    copy.SetAt(0, 'z');
+    EXPECT_EQ(Bytes(copy), std::string("z\0bc", 4));
+    EXPECT_EQ(Bytes(source), std::string("a\0bc", 4)) << "copies are deep";
+    SYS_StringBase moved(std::move(copy));
+    EXPECT_EQ(Bytes(moved), std::string("z\0bc", 4));
+    copy = "still usable";
+    EXPECT_EQ(copy.GetLength(), 12);
+    EXPECT_TOO_LONG(SYS_StringBase('x', -1));
+    EXPECT_TOO_LONG(SYS_StringBase("abc", -1));
+
+    SYS_StringBase s("abcdef");
+    s = s.GetString() + 3;
+    EXPECT_EQ(Bytes(s), "def");
+    s = static_cast<SYS_StringBase const&>(s);
+    EXPECT_EQ(Bytes(s), "def");
+    s = nullptr;
+    EXPECT_EQ(s.IsEmpty(), 1);
+    s = '\0';
+    EXPECT_EQ(s.GetLength(), 1);
+    EXPECT_EQ(s.Compare(""), 0) << "comparison stops at the NUL";
+    EXPECT_TRUE(s == '\0');
+    EXPECT_FALSE(SYS_StringBase() == '\0') << "a char equals only a string of length 1";
+
+    EXPECT_EQ(s.GetAt(-1), '\0');
+    EXPECT_EQ(s.GetAt(1), '\0');
+    s.SetAt(1, 'x');
+    EXPECT_EQ(Bytes(s), std::string(1, '\0'));
+}
+
+TEST(StringBase, WideTextAndComparisons) {
+    unsigned short const wide[] = {'R', 0x20AC, '1', 0}; // the euro sign is 0x80 in 1252
+    EXPECT_EQ(Bytes(SYS_StringBase(wide)), "R\x80"
+                                           "1");
+    EXPECT_TRUE(SYS_StringBase("R\x80"
+                               "1") == wide &&
+                wide == SYS_StringBase("R\x80"
+                                       "1"));
+    EXPECT_TRUE(SYS_StringBase("x") != wide);
+
+    struct Case {
+        char const *a, *b;
+        int sign;
+    } const cases[] = {
+        {"abc", "abd", -1}, {"abc", "abc", 0}, {"b", "abc", 1}, {"", "a", -1}, {"\xE9", "z", 1}};
+    for (Case const& c : cases) {
+        SCOPED_TRACE(std::string(c.a) + " vs " + c.b);
+        SYS_StringBase a(c.a), b(c.b);
+        EXPECT_EQ(a == b, c.sign == 0);
+        EXPECT_EQ(a < b, c.sign < 0);
+        EXPECT_EQ(a >= c.b, c.sign >= 0);
+        EXPECT_EQ(c.a < b, c.sign < 0) << "a text on the left keeps its sense";
+        EXPECT_EQ(c.a > b, c.sign > 0);
+        EXPECT_EQ(c.a != b, c.sign != 0);
+    }
+    EXPECT_EQ(SYS_StringBase("ABC").CompareNoCase("abc"), 0);
+    EXPECT_TRUE(SYS_StringBase("a\0x", 3) == SYS_StringBase("a\0y", 3)) << "comparison stops at the NUL";
+}
+
+TEST(StringBase, ConcatenationStopsAtNul) {
+    SYS_StringBase s("0123456789");
+    s.ConcatCopy(3, s.GetString() + 7, -1, "ab\0c");
+    EXPECT_EQ(Bytes(s), "789ab") << "sources inside the own text; a negative count runs to the NUL";
+    s = "ab";
+    s += '\0';
+    s << '\0';
+    EXPECT_EQ(Bytes(s), "ab") << "a NUL char adds nothing";
+    s << s << "!" << 'c';
+    EXPECT_EQ(Bytes(s), "abab!c");
+
+    SYS_StringBase n("a\0b", 3);
+    n += n;
+    EXPECT_EQ(Bytes(n), std::string("a\0ba", 4)) << "+= appends up to the NUL";
+    n.Append(n);
+    EXPECT_EQ(Bytes(n), std::string("a\0baa\0ba", 8)) << "Append takes every byte";
+    EXPECT_TOO_LONG(n.Append("x", -1));
+    EXPECT_EQ(Bytes(n + SYS_StringBase("cd")), "acd");
+    EXPECT_EQ(Bytes('c' + SYS_StringBase("ab") + '\0' + "x"), "cabx");
+
+    s.Empty();
+    s << INT32_MIN << ' ' << UINT32_MAX << ' ' << 0.1f << ' ' << 1e20;
+    EXPECT_EQ(Bytes(s), "-2147483648 4294967295 0.100000 100000000000000000000.000000");
+    s.Empty();
+    s << -1.7976931348623157e308;
+    EXPECT_EQ(s.GetLength(), 317) << "\"%f\" of the largest double";
+}
+
+TEST(StringBase, ExtractionEndsAtNulAndChecksPositions) {
+    SYS_StringBase s("abc");
+    EXPECT_EQ(Bytes(s.Right(100)), "abc");
+    EXPECT_EQ(Bytes(s.Left(-1)), "abc");
+    EXPECT_EQ(Bytes(s.Mid(1, -1)), "bc");
+    EXPECT_EQ(Bytes(s.Mid(3)), "");
+    EXPECT_BAD_POSITION(s.Right(-1));
+    EXPECT_BAD_POSITION(s.Mid(4));
+    EXPECT_BAD_POSITION(s.Mid(INT_MIN));
+    SYS_StringBase n("ab\0cd", 5);
+    EXPECT_EQ(Bytes(n.Mid(1)), "b");
+    EXPECT_EQ(Bytes(n.Right(2)), "cd");
+    EXPECT_EQ(Bytes(SYS_StringBase("  ab;c").SpanIncluding(" ")), "  ");
+    EXPECT_EQ(Bytes(SYS_StringBase("  ab;c").SpanExcluding(";")), "  ab");
+
+    SYS_StringBase t(",,a,b");
+    int pos = 0;
+    std::string walk;
+    for (SYS_StringBase token = t.Tokenize(",", pos); pos != -1; token = t.Tokenize(",", pos))
+        walk += Bytes(token) + "@" + std::to_string(pos) + " ";
+    EXPECT_EQ(walk, "a@4 b@6 ");
+    EXPECT_EQ(Bytes(t.Tokenize(",", pos)), "");
+    EXPECT_EQ(pos, -1) << "a negative position stays";
+    pos = 3;
+    EXPECT_EQ(Bytes(SYS_StringBase("a; b;;").Tokenize("; ", pos)), "b");
+    EXPECT_EQ(pos, 5);
+    EXPECT_EQ(Bytes(SYS_StringBase("a; b;;").Tokenize("; ", pos)), "") << "only delimiters are left";
+    EXPECT_EQ(pos, -1);
+    pos = 2;
+    EXPECT_EQ(Bytes(t.Tokenize("", pos)), "a,b") << "without delimiters the rest comes back every time";
+    EXPECT_EQ(pos, 2);
+    pos = 5;
+    EXPECT_EQ(Bytes(t.Tokenize(nullptr, pos)), "");
+    EXPECT_EQ(pos, -1);
+}
+
+TEST(StringBase, Searches) {
+    SYS_StringBase s("abcabc");
+    EXPECT_EQ(SYS_StringBase("ab").Find("", 2), 2);
+    EXPECT_EQ(SYS_StringBase("a").Find("", 2), -1);
+    EXPECT_EQ(s.Find("bc", 2), 4);
+    EXPECT_EQ(s.Find("bc", -1), -1) << "a negative start is a huge one";
+    EXPECT_EQ(s.Find('c', -5), -1);
+    EXPECT_EQ(SYS_StringBase("a\0bc", 4).Find("bc"), 2) << "Find sees every byte";
+    EXPECT_EQ(s.FindOneOf("cx", 3), 5);
+    EXPECT_EQ(s.FindOneOf("a", 6), -1);
+    EXPECT_EQ(s.FindOneOf("a", -1), -1);
+
+    EXPECT_EQ(s.ReverseFind('a', -2), 3);
+    EXPECT_EQ(s.ReverseFind('c', 4), 2);
+    EXPECT_EQ(s.ReverseFind('c', 6), -1);
+    EXPECT_EQ(s.ReverseFind('\0', -2), 6);
+    EXPECT_EQ(s.ReverseFind('\0', 3), -1);
+    EXPECT_EQ(SYS_StringBase().ReverseFind('a', -2), -1);
+    EXPECT_EQ(SYS_StringBase("ab\0b", 4).ReverseFind('b'), 1) << "the search ends at the NUL";
+    EXPECT_EQ(s.ReverseFindOneOf("ab"), 4);
+    EXPECT_EQ(s.ReverseFindOneOf("ab", 3), 3);
+    EXPECT_EQ(s.ReverseFindOneOf("a", 2), -1) << "position 0 is not looked at";
+    EXPECT_EQ(s.ReverseFindOneOf("a", 6), -1);
+}
+
+// The in-place procedure: replace, then search on behind the inserted text.
+std::string ReplaceModel(std::string text, std::string const& from, std::string const& to, int& count) {
+    count = 0;
+    for (std::size_t pos = text.find(from); pos != std::string::npos;
+         pos = text.find(from, pos + to.size()), ++count)
+        text.replace(pos, from.size(), to);
+    return text;
+}
+
+TEST(StringBase, ReplaceAndEdits) {
+    SYS_StringBase s("aaaa");
+    EXPECT_EQ(s.Replace("aa", "a"), 2);
+    EXPECT_EQ(Bytes(s), "aa");
+    EXPECT_EQ(s.Replace("", "x") + s.Replace("a", "a") + s.Replace('a', 'a'), 0);
+    EXPECT_EQ(Bytes(s), "aa");
+    s = "a.b.c";
+    EXPECT_EQ(s.Replace('.', '/'), 2);
+    EXPECT_EQ(s.Replace(s.GetString() + 3, "-"), 1) << "a pattern inside the own text";
+    EXPECT_EQ(Bytes(s), "a/b-");
+
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> letter(0, 2), length(0, 12);
+    auto text = [&](std::size_t limit) {
+        std::string t;
+        for (int n = length(random); n > 0; --n)
+            t.push_back(static_cast<char>('a' + letter(random)));
+        return t.substr(0, limit);
+    };
+    for (int round = 0; round < 2000; ++round) {
+        std::string subject = text(12), from = text(3), to = text(4);
+        if (from.empty() || from == to) continue;
+        int expected;
+        std::string model = ReplaceModel(subject, from, to, expected);
+        SYS_StringBase r(subject.c_str());
+        ASSERT_EQ(r.Replace(from.c_str(), to.c_str()), expected) << subject << " " << from << " " << to;
+        ASSERT_EQ(Bytes(r), model);
+    }
+
+    s = "abcdef";
+    s.Delete(1, 2);
+    s.Delete(2, 100);
+    s.Insert(1, "bc");
+    s.Insert(0, '\0');
+    EXPECT_EQ(Bytes(s), std::string("\0abcd", 5));
+    s.Replace(0, 2, "xy");
+    s.Replace(3, -1, "!");
+    s.Replace(1, 2, s.GetString() + 2);
+    EXPECT_EQ(Bytes(s), "xb!!") << "the inserted text may come from the string itself";
+    EXPECT_BAD_POSITION(s.Insert(5, 'a'));
+    EXPECT_BAD_POSITION(s.Delete(-1, 1));
+    EXPECT_BAD_POSITION(s.Replace(5, 0, "a"));
+    EXPECT_EQ(s.Remove('!'), 2);
+    EXPECT_EQ(Bytes(s), "xb");
+}
+
+TEST(StringBase, CaseTrimAndBuffer) {
+    EXPECT_EQ(Bytes(SYS_StringBase("MiXed\xE9").MakeUpper()), "MIXED\xE9");
+    EXPECT_EQ(Bytes(SYS_StringBase(" \t\n x y \r\v\f").TrimLeft()), "x y \r\v\f");
+    EXPECT_EQ(Bytes(SYS_StringBase(" \t x y \f").AllTrim("")), "x y");
+    EXPECT_EQ(Bytes(SYS_StringBase("abcab").TrimRight("abc")), "");
+    EXPECT_EQ(Bytes(SYS_StringBase("abcab").TrimLeft("cba")), "");
+    EXPECT_EQ(Bytes(SYS_StringBase("xa\0", 3).TrimRight("a")), std::string("xa\0", 3))
+        << "a NUL is never trimmed";
+
+    SYS_StringBase s;
+    EXPECT_EQ(s.GetBuffer()[0], '\0');
+    EXPECT_EQ(s.GetLength(), 1);
+    s.ReleaseBuffer();
+    EXPECT_EQ(s.GetLength(), 0);
+    std::snprintf(s.GetBuffer(10), 11, "%s", "written");
+    EXPECT_EQ(s.GetLength(), 11);
+    s.ReleaseBuffer();
+    s.GetBuffer(3);
+    EXPECT_EQ(Bytes(s), "written") << "a long enough text is not cut";
+    s.GetBufferSetLength(3)[1] = '\0';
+    s.ReleaseBufferSetLength(4);
+    EXPECT_EQ(Bytes(s), std::string("w\0i\0", 4));
+    EXPECT_TOO_LONG(s.GetBufferSetLength(-1));
+    EXPECT_TOO_LONG(s.Reserve(-1));
+    EXPECT_TOO_LONG(s.GetBuffer(INT_MAX));
+    EXPECT_EQ(s.GetLength(), 4);
+}
+
+TEST(StringBase, FormatSeesItsOwnTextAsEmpty) {
+    SYS_StringBase s("own %d");
+    s.Format(s.GetString(), 1);
+    EXPECT_EQ(Bytes(s), "");
+    s = "argument";
+    s.Format("[%s]%05.1f", s.GetString(), 2.25);
+    EXPECT_EQ(Bytes(s), "[]002.2");
+    std::string wide(1000, 'w');
+    s = std::string(600, 'z').c_str();
+    s.Format("%s%s", s.GetString(), wide.c_str());
+    EXPECT_EQ(Bytes(s), wide) << "a long result with an argument in the old text";
+    EXPECT_EQ(Bytes(FormattedString("%u-%s", 7u, "x")), "7-x");
+}
+
+// Under code page 932 the character-wise operations take a lead byte and its trail byte as one
+// character, while the byte-wise ones see two bytes. 0x95 0x5C is one character whose trail byte
+// is a backslash; 0x82 0x61 and 0x82 0x41 are characters whose trail bytes are letters.
+TEST(StringBase, DoubleByteTextSeparatesByteAndCharacterOperations) {
+    char const* const bs = "\x95\x5C";       // one double-byte character ending in '\'
+    SYS_StringBase s("\x95\x5C\\x\x95\x5C"); // character, '\', 'x', character
+    SYS_StringBase lead("\x82\x61"), upper("\x82\x41"), kana("\xA0");
+    EXPECT_EQ(s.FindOneOf("\\"), 1) << "1252 is byte-wise";
+    EXPECT_EQ(s.ReverseFind('\\'), 5);
+    EXPECT_EQ(lead.CompareNoCase(upper), 0);
+    EXPECT_LT(lead.Compare(kana), 0);
+
+    CodePageScope scope(932);
+    EXPECT_EQ(s.FindOneOf("\\"), 2);
+    EXPECT_EQ(s.FindOneOf("\\", 3), -1);
+    EXPECT_EQ(s.ReverseFind('\\'), 2);
+    EXPECT_EQ(s.ReverseFind('\x95', 5), -1) << "a lead byte is part of its character";
+    EXPECT_EQ(s.ReverseFind('\x95', 4), 4) << "a lead byte cut off by start is one byte";
+    EXPECT_EQ(SYS_StringBase("a\x95\x5C").ReverseFindOneOf("\\"), -1);
+    EXPECT_EQ(SYS_StringBase("a\x95\x5C").ReverseFindOneOf(bs), 1);
+    EXPECT_EQ(SYS_StringBase(bs).ReverseFindOneOf("\\"), 1) << "the walk begins at byte 1";
+    EXPECT_EQ(Bytes(s.SpanExcluding("\\")), bs);
+    EXPECT_EQ(Bytes(s.SpanIncluding(bs)), bs);
+    int pos = 0;
+    EXPECT_EQ(Bytes(s.Tokenize("\\", pos)), bs);
+    EXPECT_EQ(Bytes(s.Tokenize("\\", pos)), "x\x95\x5C");
+    EXPECT_EQ(pos, 7);
+    EXPECT_NE(lead.CompareNoCase(upper), 0) << "a letter as trail byte is not folded";
+    EXPECT_TRUE(lead > kana) << "a double-byte character sorts above every single byte";
+
+    EXPECT_EQ(s.Find("\\"), 1) << "byte-wise whatever the code page";
+    EXPECT_EQ(Bytes(s.Left(1)), "\x95");
+    EXPECT_EQ(Bytes(SYS_StringBase(bs).TrimRight("\\")), "\x95");
+    SYS_StringBase r(s);
+    EXPECT_EQ(r.Replace('\\', '/'), 3);
+    EXPECT_EQ(Bytes(r), "\x95//x\x95/");
+    EXPECT_EQ(Bytes(lead.MakeUpper()), "\x82\x41");
+}
+
+} // namespace
