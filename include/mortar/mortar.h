@@ -11,5 +11,6 @@
 #include <mortar/platform/system.h>
 
 #include <mortar/sys/SYS_StringBase.h>
+#include <mortar/sys/SYS_TextScanners.h>
 
 #endif
