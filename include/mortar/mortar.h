@@ -13,4 +13,6 @@
 #include <mortar/sys/SYS_StringBase.h>
 #include <mortar/sys/SYS_TextScanners.h>
 
+#include <mortar/sfm/SFM_StringTable.h>
+
 #endif
