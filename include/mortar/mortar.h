@@ -12,6 +12,7 @@
 
 #include <mortar/sys/SYS_StringBase.h>
 #include <mortar/sys/SYS_TextScanners.h>
+#include <mortar/sys/SYS_Geom_Inline.h>
 
 #include <mortar/sfm/SFM_StringTable.h>
 
