@@ -159,6 +159,10 @@ TEST(DoublePoint, ValuesAndConversions) {
     SYS_Point p;
     p = SYS_DoublePoint(2.5, -2.5);
     EXPECT_EQ(p, SYS_Point(3, -3));
+    p = {1, 2}; // braces pick the integer point
+    d = {0.5, 1.5};
+    EXPECT_EQ(p, SYS_Point(1, 2));
+    EXPECT_EQ(SYS_Point(d), SYS_Point(1, 2));
     EXPECT_EQ(static_cast<SYS_Point>(SYS_DoublePoint(1e12, kNaN)), SYS_Point(kMax, 0));
     d = SYS_Point(kMin, kMax);
     EXPECT_EQ(d, SYS_DoublePoint(-2147483648.0, 2147483647.0));

@@ -314,6 +314,18 @@ TEST(Transform, CompositionIsOrdered) {
     EXPECT_EQ(self.orientation, kHalf);
     SYS_Transform copy;
     EXPECT_TRUE((copy = &self) == self);
+
+    // Each angle part goes through its own factor: orientations truncated, offsets not.
+    SYS_Transform first, second;
+    first.orientation = 101, first.angleOffset = 0.5, first.sweepOrientation = 7, first.sweepOffset = 0.25;
+    second.angleFactor = -0.5, second.orientation = 3, second.sweepFactor = 2.0, second.scale = 3.0;
+    first.AddConv(second);
+    EXPECT_EQ(first.orientation, -50 + 3);
+    EXPECT_EQ(first.angleOffset, -0.25);
+    EXPECT_EQ(first.angleFactor, -0.5);
+    EXPECT_EQ(first.sweepOrientation, 14);
+    EXPECT_EQ(first.sweepOffset, 0.5);
+    EXPECT_EQ(first.scale, 3.0);
 }
 
 // Random transforms built from every setter: composed with the inverse that SetRConv writes,

@@ -52,21 +52,21 @@ constexpr uint32_t UnsignedAbs(int32_t a) noexcept {
     return a < 0 ? 0u - static_cast<uint32_t>(a) : static_cast<uint32_t>(a);
 }
 
-/// v truncated toward zero, saturated to the int32 range; NaN gives 0. Written without
-/// branches so that loops over many points still vectorise.
+/// v truncated toward zero, saturated to the int32 range; NaN gives 0. The three cases are
+/// disjoint selects against a constant and 0.0 (NaN fails all three tests), which compile to
+/// masks without branches, so that loops over many points vectorise.
 inline int32_t TruncToInt32(double v) noexcept {
-    double const lowest = -2147483648.0;
-    double const highest = 2147483647.0;
-    double const d = v == v ? v : 0.0;
-    double const clamped = d < lowest ? lowest : (d > highest ? highest : d);
-    return static_cast<int32_t>(clamped);
+    double const limit = 2147483648.0; // 2^31: |v| below it truncates into the range
+    double const inside = std::fabs(v) < limit ? v : 0.0;
+    double const above = v >= limit ? 2147483647.0 : 0.0;
+    double const below = v <= -limit ? -2147483648.0 : 0.0;
+    return static_cast<int32_t>(inside + above + below);
 }
 
 /// Half-away rounding: trunc(v + 0.5) for v not negative, trunc(v - 0.5) for negative v,
-/// so 2.5 gives 3 and -2.5 gives -3. Out of range as TruncToInt32.
-inline int32_t RoundHalfAway(double v) noexcept {
-    return TruncToInt32(v >= 0.0 ? v + 0.5 : v - 0.5);
-}
+/// so 2.5 gives 3 and -2.5 gives -3. Out of range as TruncToInt32. The half takes the sign
+/// of v, which differs from the test v >= 0 only for -0.0, where both give 0.
+inline int32_t RoundHalfAway(double v) noexcept { return TruncToInt32(v + std::copysign(0.5, v)); }
 
 /// Square root of q followed by one Newton step, r = (r * r + q) * 0.5 / r. The polar radius
 /// and the normalisation of directions use this form; it may differ from std::sqrt in the last

@@ -59,9 +59,8 @@ public:
     SYS_DoublePoint() noexcept : x(0.0), y(0.0) {}
     SYS_DoublePoint(double x_, double y_) noexcept : x(x_), y(y_) {}
 
-    /// Converts the integer point exactly.
-    inline SYS_DoublePoint& operator=(SYS_Point const& p) noexcept;
-    /// Each coordinate by half-away rounding.
+    /// Each coordinate by half-away rounding; assigning a SYS_DoublePoint to a SYS_Point goes
+    /// through this conversion.
     inline operator SYS_Point() const noexcept;
 
     void Initiate() noexcept { x = y = 0.0; }
@@ -122,9 +121,9 @@ public:
     SYS_Point() noexcept = default;
     SYS_Point(int32_t x_, int32_t y_) noexcept : x(x_), y(y_) {}
 
-    /// Each coordinate by half-away rounding.
-    SYS_Point& operator=(SYS_DoublePoint const& p) noexcept { return *this = static_cast<SYS_Point>(p); }
-    /// The exact value as doubles.
+    /// The exact value as doubles; assigning a SYS_Point to a SYS_DoublePoint goes through this
+    /// conversion. (Neither type declares an assignment from the other, so that p = {1, 2}
+    /// stays unambiguous.)
     operator SYS_DoublePoint() const noexcept { return {static_cast<double>(x), static_cast<double>(y)}; }
 
     void Initiate() noexcept { x = y = 0; }
@@ -221,10 +220,6 @@ public:
     /// A point has no look of its own: does nothing.
     void Draw() const noexcept {}
 };
-
-inline SYS_DoublePoint& SYS_DoublePoint::operator=(SYS_Point const& p) noexcept {
-    return *this = static_cast<SYS_DoublePoint>(p);
-}
 
 inline SYS_DoublePoint::operator SYS_Point() const noexcept {
     return {mortar::RoundHalfAway(x), mortar::RoundHalfAway(y)};
