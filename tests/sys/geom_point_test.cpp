@@ -7,8 +7,7 @@
 
 namespace {
 
-constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
-constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
+constexpr int32_t kMax = INT32_MAX, kMin = INT32_MIN;
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
@@ -18,21 +17,13 @@ TEST(GeomArith, ConversionsAreTotal) {
         double v;
         int32_t rounded, truncated;
     } const cases[] = {
-        {"half goes up", 2.5, 3, 2},
-        {"half goes down when negative", -2.5, -3, -2},
-        {"fraction below half", 2.4, 2, 2},
-        {"negative fraction", -2.9, -3, -2},
-        {"negative zero", -0.0, 0, 0},
-        {"largest int", 2147483647.0, kMax, kMax},
-        {"half above largest saturates", 2147483646.5, kMax, 2147483646},
-        {"just above largest saturates", 2147483647.5, kMax, kMax},
-        {"smallest int", -2147483648.0, kMin, kMin},
-        {"just below smallest saturates", -2147483648.5, kMin, kMin},
-        {"far out of range", 1e300, kMax, kMax},
-        {"far out of range, negative", -1e300, kMin, kMin},
-        {"plus infinity", kInf, kMax, kMax},
-        {"minus infinity", -kInf, kMin, kMin},
-        {"NaN", kNaN, 0, 0},
+        {"half goes up", 2.5, 3, 2},          {"half goes down when negative", -2.5, -3, -2},
+        {"negative fraction", -2.9, -3, -2},  {"negative zero", -0.0, 0, 0},
+        {"largest int", 2147483647.0, kMax, kMax}, {"half below largest", 2147483646.5, kMax, 2147483646},
+        {"just above largest", 2147483647.5, kMax, kMax}, {"smallest int", -2147483648.0, kMin, kMin},
+        {"just below smallest", -2147483648.5, kMin, kMin}, {"far out", 1e300, kMax, kMax},
+        {"far out, negative", -1e300, kMin, kMin}, {"infinity", kInf, kMax, kMax},
+        {"minus infinity", -kInf, kMin, kMin}, {"NaN", kNaN, 0, 0},
     };
     for (auto const& c : cases) {
         EXPECT_EQ(mortar::RoundHalfAway(c.v), c.rounded) << c.name;
@@ -43,70 +34,44 @@ TEST(GeomArith, ConversionsAreTotal) {
 TEST(GeomArith, IntegerArithmeticWrapsAtTheLimits) {
     EXPECT_EQ(SYS_Point(kMax, kMin) + SYS_Point(1, -1), SYS_Point(kMin, kMax));
     EXPECT_EQ(SYS_Point(kMin, 0) - 1, SYS_Point(kMax, -1));
-    EXPECT_EQ(SYS_Point(0x10000, -0x10000) * 0x10000, SYS_Point(0, 0));
     EXPECT_EQ(SYS_Point(kMax, 3) * kMax, SYS_Point(1, 2147483645));
     EXPECT_EQ(SYS_Point(kMin, 0).MLength(), kMin); // 2^31 wraps
-    EXPECT_EQ(SYS_Point(kMax, 1).MLength(), kMin);
     EXPECT_EQ(SYS_Point(-SYS_COORD_LIMIT, 0).MDistance(SYS_Point(SYS_COORD_LIMIT, 0)), 2 * SYS_COORD_LIMIT);
-    // The midpoint of two far points wraps its sum first, then halves it.
+    // The midpoint wraps its sum first, then halves it away from zero.
     EXPECT_EQ(SYS_Point(kMax, kMin).Median(SYS_Point(1, -1)), SYS_Point(-1073741824, 1073741824));
     EXPECT_EQ(SYS_Point(SYS_COORD_LIMIT, -SYS_COORD_LIMIT).Median(SYS_Point(SYS_COORD_LIMIT - 1, 0)),
-              SYS_Point(1066800000, -533400000));
-    EXPECT_DOUBLE_EQ(SYS_Point(kMin, 0).Length(), 2147483648.0);
-    EXPECT_DOUBLE_EQ(SYS_Point(kMax, kMax).Length(), 2147483647.0 * 1.4142135623730951);
+              SYS_Point(SYS_COORD_LIMIT, -533400000));
+    EXPECT_EQ(SYS_Point(kMin, 0).Length(), 2147483648.0);
 }
 
 TEST(Point, IntegerResultsFollowTheirRoundingRule) {
-    SYS_Point const p(7, -7);
-    EXPECT_EQ(p / 2, SYS_Point(4, -4));    // half-away
-    EXPECT_EQ(p * 0.5, SYS_Point(3, -3));  // truncated
-    EXPECT_EQ(SYS_Point(3, 3) * 0.5, SYS_Point(1, 1));
+    EXPECT_EQ(SYS_Point(7, -7) / 2, SYS_Point(4, -4));   // half-away
+    EXPECT_EQ(SYS_Point(7, -7) * 0.5, SYS_Point(3, -3)); // truncated
     SYS_Point scaled(3, 3);
     scaled.Scale(0.5);
     EXPECT_EQ(scaled, SYS_Point(2, 2));
     scaled.Scale(-0.5, 1.5);
     EXPECT_EQ(scaled, SYS_Point(-1, 3));
     EXPECT_EQ(SYS_Point(1, 1).Median(SYS_Point(2, 2)), SYS_Point(2, 2));
-    EXPECT_EQ(SYS_Point(-1, -1).Median(SYS_Point(-2, -2)), SYS_Point(-2, -2));
     EXPECT_EQ(SYS_Point(1, -1).Median(SYS_Point(2, -2)), SYS_Point(2, -2));
-    // Division by zero saturates by sign; 0 / 0 is 0.
+    // Beyond the range: saturated by sign; 0 / 0 is 0.
     EXPECT_EQ(SYS_Point(5, -5) / 0, SYS_Point(kMax, kMin));
     EXPECT_EQ(SYS_Point(0, 1) / 0, SYS_Point(0, kMax));
-    EXPECT_EQ(SYS_Point(SYS_COORD_LIMIT, 0) * 3.0, SYS_Point(kMax, 0));
-    SYS_Point big(SYS_COORD_LIMIT, -SYS_COORD_LIMIT);
-    big.Scale(1e10);
-    EXPECT_EQ(big, SYS_Point(kMax, kMin));
-}
+    EXPECT_EQ(SYS_Point(SYS_COORD_LIMIT, -SYS_COORD_LIMIT) * 3.0, SYS_Point(kMax, kMin));
 
-TEST(Point, AccessAndOrder) {
-    SYS_Point p(4, 9);
+    SYS_Point const p(4, 9);
     EXPECT_EQ(p[0], 4);
-    for (int i : {1, 2, -1}) EXPECT_EQ(p[i], 9) << i;
-    EXPECT_EQ(p.IsValid(), 1);
-    EXPECT_EQ(SYS_Point(kMax, kMin).IsValid(), 1);
-    p.Initiate();
-    EXPECT_EQ(p, SYS_Point(0, 0));
-    EXPECT_TRUE(SYS_Point(1, 9) < SYS_Point(2, 0));
-    EXPECT_TRUE(SYS_Point(1, 0) < SYS_Point(1, 1));
-    EXPECT_FALSE(SYS_Point(1, 1) < SYS_Point(1, 1));
-    EXPECT_TRUE(SYS_Point(2, 0) > SYS_Point(1, 9));
-    EXPECT_TRUE(SYS_Point(1, 2) != SYS_Point(2, 1));
-    SYS_Point q(1, 2);
-    q += 3;
-    q -= SYS_Point(1, 1);
-    EXPECT_EQ(q, SYS_Point(3, 4));
+    EXPECT_EQ(p[1] + p[2] + p[-1], 27); // every index but 0 is y
+    EXPECT_TRUE(SYS_Point(1, 9) < SYS_Point(2, 0) && SYS_Point(1, 0) < SYS_Point(1, 1));
+    EXPECT_FALSE(SYS_Point(1, 1) < SYS_Point(1, 1) || SYS_Point(1, 9) > SYS_Point(2, 0));
 }
 
 TEST(Point, Measures) {
     EXPECT_EQ(SYS_Point(5, 5).Length(), 5 * 1.4142135623730951);
     EXPECT_EQ(SYS_Point(-5, 5).Length(), 5 * 1.4142135623730951);
     EXPECT_EQ(SYS_Point(0, -7).Length(), 7.0);
-    EXPECT_EQ(SYS_Point(-7, 0).Length(), 7.0);
-    EXPECT_EQ(SYS_Point(3, -4).Length(), 5.0);
     EXPECT_EQ(SYS_Point(4, 6).Distance(SYS_Point(1, 2)), 5.0);
-    EXPECT_EQ(SYS_Point(3, -4).MLength(), 7);
     EXPECT_EQ(SYS_Point(3, -4).GetPolarRadius(), 5.0);
-    EXPECT_EQ(SYS_Point(0, 0).GetPolarRadius(), 0.0);
     EXPECT_EQ(SYS_Point(2, 3).ScalarProduct(SYS_Point(4, -5)), -7.0);
     EXPECT_EQ(SYS_Point(1, 0).VectorProduct(SYS_Point(0, 1)), 1.0);
     EXPECT_EQ(SYS_Point(0, 1).VectorProduct(SYS_Point(1, 0)), -1.0);
@@ -116,8 +81,7 @@ TEST(Point, Measures) {
 TEST(Point, PolarAngle) {
     struct Case {
         char const* name;
-        double x, y;
-        int32_t angle;
+        int32_t x, y, angle;
     } const cases[] = {
         {"+X", 1, 0, 0},
         {"first diagonal", 1, 1, 81000000},
@@ -130,11 +94,10 @@ TEST(Point, PolarAngle) {
         {"zero vector", 0, 0, 0},
         {"just below +X, truncated up", 1000000, -1, 647999897},
         {"just below +X, truncated to zero", 1000000000, -1, 0},
-        {"long diagonal", 1000000000, 1000000000, 81000000},
+        {"long diagonal", kMax, kMax, 81000000},
     };
     for (auto const& c : cases) {
-        SYS_Point const p(static_cast<int32_t>(c.x), static_cast<int32_t>(c.y));
-        EXPECT_EQ(p.GetPolarAngle(), c.angle) << c.name;
+        EXPECT_EQ(SYS_Point(c.x, c.y).GetPolarAngle(), c.angle) << c.name;
         EXPECT_EQ(SYS_DoublePoint(c.x, c.y).GetPolarAngle(), c.angle) << c.name;
     }
     EXPECT_EQ(SYS_DoublePoint(-1.0, -0.0).GetPolarAngle(), 324000000); // atan2 gives -pi
@@ -144,33 +107,21 @@ TEST(Point, PolarAngle) {
 TEST(DoublePoint, ValuesAndConversions) {
     SYS_DoublePoint d;
     EXPECT_EQ(d, SYS_DoublePoint(0.0, 0.0));
-    struct Case {
-        char const* name;
-        double x, y;
-        int valid;
-    } const cases[] = {
-        {"inside", 1066799999.0, -1066799999.0, 1}, {"on the limit", 1066800000.0, 0.0, 0},
-        {"on the negative limit", 0.0, -1066800000.0, 0}, {"NaN", kNaN, 0.0, 0},
-        {"infinity", 0.0, kInf, 0},
-    };
-    for (auto const& c : cases) EXPECT_EQ(SYS_DoublePoint(c.x, c.y).IsValid(), c.valid) << c.name;
-
+    EXPECT_EQ(SYS_DoublePoint(1066799999.0, -1066799999.0).IsValid(), 1);
+    EXPECT_EQ(SYS_DoublePoint(1066800000.0, 0.0).IsValid(), 0);
+    EXPECT_EQ(SYS_DoublePoint(0.0, -1066800000.0).IsValid(), 0);
+    EXPECT_EQ(SYS_DoublePoint(kNaN, 0.0).IsValid(), 0);
     EXPECT_NE(SYS_DoublePoint(0.1 + 0.2, 0), SYS_DoublePoint(0.3, 0)); // no tolerance
+
     SYS_Point p;
     p = SYS_DoublePoint(2.5, -2.5);
     EXPECT_EQ(p, SYS_Point(3, -3));
-    p = {1, 2}; // braces pick the integer point
-    d = {0.5, 1.5};
-    EXPECT_EQ(p, SYS_Point(1, 2));
-    EXPECT_EQ(SYS_Point(d), SYS_Point(1, 2));
     EXPECT_EQ(static_cast<SYS_Point>(SYS_DoublePoint(1e12, kNaN)), SYS_Point(kMax, 0));
+    p = {1, 2}; // braces pick the integer point
+    EXPECT_EQ(p, SYS_Point(1, 2));
     d = SYS_Point(kMin, kMax);
-    EXPECT_EQ(d, SYS_DoublePoint(-2147483648.0, 2147483647.0));
-    d.Scale(0.5);
+    d.Scale(0.5); // nothing rounded
     EXPECT_EQ(d, SYS_DoublePoint(-1073741824.0, 1073741823.5));
-    EXPECT_EQ(SYS_DoublePoint(1, 2) + 0.5, SYS_DoublePoint(1.5, 2.5));
-    EXPECT_EQ(SYS_DoublePoint(1, 0).VectorProduct(SYS_DoublePoint(0, 1)), 1.0);
-    EXPECT_TRUE(SYS_DoublePoint(1, 5) < SYS_DoublePoint(1.5, 0));
     EXPECT_EQ(SYS_DoublePoint(3, 4).GetPolarRadius(), 5.0);
     EXPECT_EQ(SYS_DoublePoint(3, 4)[7], 4.0);
 }

@@ -20,80 +20,45 @@ std::string Show(SYS_Box const& b) {
 
 SYS_Box const kUnset(SYS_COORD_LIMIT, SYS_COORD_LIMIT, -SYS_COORD_LIMIT, -SYS_COORD_LIMIT);
 
-TEST(Box, StatesAndConstruction) {
-    struct Case {
-        char const* name;
-        SYS_Box box;
-        int valid, empty;
-    } const cases[] = {
-        {"zero box", SYS_Box(), 1, 1},
-        {"zero width", SYS_Box(0, 0, 0, 5), 1, 1},
-        {"inverted", SYS_Box(5, 5, 0, 0), 0, 0},
-        {"inverted in Y only", SYS_Box(0, 5, 5, 0), 0, 0},
-        {"unset", kUnset, 0, 0},
-        {"ordinary", SYS_Box(-3, -2, 4, 8), 1, 0},
-        {"square of negative side", SYS_Box(SYS_Point(10, 10), -5), 1, 0},
-    };
-    for (auto const& c : cases) {
-        EXPECT_EQ(c.box.IsValid(), c.valid) << c.name;
-        EXPECT_EQ(c.box.IsEmpty(), c.empty) << c.name;
-    }
+TEST(Box, StatesAndEdits) {
+    EXPECT_TRUE(SYS_Box().IsValid() && SYS_Box().IsEmpty());
+    EXPECT_TRUE(SYS_Box(0, 0, 0, 5).IsValid() && SYS_Box(0, 0, 0, 5).IsEmpty());
+    EXPECT_FALSE(SYS_Box(5, 5, 0, 0).IsValid() || SYS_Box(5, 5, 0, 0).IsEmpty());
+    EXPECT_FALSE(SYS_Box(0, 5, 5, 0).IsValid() || kUnset.IsValid());
     EXPECT_EQ(SYS_Box(SYS_Point(10, 10), -5), SYS_Box(5, 5, 10, 10));
-    EXPECT_EQ(SYS_Box(SYS_Point(10, 10), 5), SYS_Box(10, 10, 15, 15));
     SYS_Box b(SYS_Point(4, 3), SYS_Point(1, 2)); // stored without ordering
-    EXPECT_EQ(b, SYS_Box(4, 3, 1, 2));
     EXPECT_EQ(b.GetWidth(), -3);
     EXPECT_EQ(b.GetUpperLeft(), SYS_Point(4, 2));
-    EXPECT_EQ(b.GetLowerRight(), SYS_Point(1, 3));
     b.Normalize();
     EXPECT_EQ(b, SYS_Box(1, 2, 4, 3));
-    b.SetUnset();
-    EXPECT_EQ(b, kUnset);
-    EXPECT_TRUE(b.IsUnset());
-}
 
-TEST(Box, CornersAreTheStoredFields) {
-    SYS_Box b(1, 2, 3, 4);
-    SYS_Point const& ll = b.GetLowerLeft();
-    SYS_Point const& ur = b.GetUpperRight();
-    b.SetLeft(-7);
-    b.SetUpperRight(8, 9);
-    EXPECT_EQ(ll, SYS_Point(-7, 2));
-    EXPECT_EQ(ur, SYS_Point(8, 9));
-    b.Move(SYS_Point(1, 1));
-    EXPECT_EQ(ll, SYS_Point(-6, 3));
-    EXPECT_EQ(b, SYS_Box(-6, 3, 9, 10));
-}
-
-TEST(Box, Edits) {
-    SYS_Box b(0, 0, 10, 10);
-    b.Expand(-6);
+    b.Set(0, 0, 10, 10);
+    b.Expand(-6); // shrunk past the middle, then normalised
     EXPECT_EQ(b, SYS_Box(4, 4, 6, 6));
-    b.Expand(2);
-    EXPECT_EQ(b, SYS_Box(2, 2, 8, 8));
-    EXPECT_EQ(SYS_Box(-3, -3, 0, 0).GetCenter(), SYS_Point(-1, -1));
-    EXPECT_EQ(SYS_Box(SYS_COORD_LIMIT, 0, SYS_COORD_LIMIT, 2).GetCenter(), SYS_Point(SYS_COORD_LIMIT, 1));
+    EXPECT_EQ(SYS_Box(-3, -3, 0, 0).GetCenter(), SYS_Point(-1, -1));      // truncated toward zero
     EXPECT_EQ(SYS_Box(INT32_MAX, 0, INT32_MAX, 2).GetCenter(), SYS_Point(-1, 1)); // the sum wraps
     b.Set(0, 0, 5, 3);
     b.SetCenter(SYS_Point(-10, 10));
     EXPECT_EQ(b, SYS_Box(-12, 9, -7, 12)); // width 5 and height 3 kept
     b.Set(2, 2, 4, 4);
-    for (SYS_Point p : {SYS_Point(2, 2), SYS_Point(4, 2), SYS_Point(4, 4), SYS_Point(2, 4), SYS_Point(3, 3)})
-        EXPECT_TRUE(b.IsInclude(p));
-    EXPECT_FALSE(b.IsInclude(SYS_Point(5, 3)));
-    EXPECT_FALSE(SYS_Box(4, 4, 2, 2).IsInclude(SYS_Point(3, 3)));
+    for (SYS_Point p : {SYS_Point(2, 2), SYS_Point(4, 2), SYS_Point(4, 4), SYS_Point(2, 4)}) EXPECT_TRUE(b.IsInclude(p));
+    EXPECT_FALSE(b.IsInclude(SYS_Point(5, 3)) || SYS_Box(4, 4, 2, 2).IsInclude(SYS_Point(3, 3)));
     b.Increase(-1, 7);
     EXPECT_EQ(b, SYS_Box(-1, 2, 4, 7));
-    b.SetEmpty();
-    EXPECT_EQ(b, SYS_Box());
+
+    // The corners are references to the stored fields.
+    SYS_Point const& ll = b.GetLowerLeft();
+    b.SetLeft(-7);
+    b.Move(SYS_Point(1, 1));
+    EXPECT_EQ(ll, SYS_Point(-6, 3));
+    EXPECT_EQ(b.GetUpperRight(), SYS_Point(5, 8));
 }
 
-TEST(Box, CombineAccumulatesFromTheUnsetBox) {
+TEST(Box, CombineAndIntersection) {
     SYS_Box b = kUnset;
     b.Combine(kUnset);
-    EXPECT_EQ(b, kUnset);
+    EXPECT_TRUE(b.IsUnset());
     b.Combine(SYS_Box(1, 2, 3, 4));
-    EXPECT_EQ(b, SYS_Box(1, 2, 3, 4));
     b.Combine(kUnset);
     EXPECT_EQ(b, SYS_Box(1, 2, 3, 4));
     b.Combine(SYS_Box(-5, 3, 2, 9));
@@ -101,9 +66,7 @@ TEST(Box, CombineAccumulatesFromTheUnsetBox) {
     SYS_Box zero;
     zero.Combine(SYS_Box(10, 10, 20, 20)); // the zero box is a box like any other
     EXPECT_EQ(zero, SYS_Box(0, 0, 20, 20));
-}
 
-TEST(Box, Intersection) {
     struct Case {
         char const* name;
         SYS_Box a, b;
@@ -115,7 +78,6 @@ TEST(Box, Intersection) {
         {"apart in X: left drops to right", {0, 0, 10, 10}, {20, 0, 30, 10}, 0, {10, 0, 10, 10}},
         {"apart in X and Y: Y stays inverted", {0, 0, 10, 10}, {20, 20, 30, 30}, 0, {10, 20, 10, 10}},
         {"apart in Y only", {0, 0, 10, 10}, {0, 20, 10, 30}, 0, {0, 10, 10, 10}},
-        {"contained", {0, 0, 10, 10}, {2, 3, 4, 5}, 1, {2, 3, 4, 5}},
     };
     for (auto const& c : cases) {
         SYS_Box r(99, 99, 99, 99);
@@ -134,20 +96,16 @@ TEST(Box, ClipByHand) {
         std::string pieces;
     } const cases[] = {
         {"hole in the middle", {2, 2, 4, 4}, {0, 0, 6, 6}, "(0, 0, 2, 6)(2, 0, 4, 2)(2, 4, 4, 6)(4, 0, 6, 6)"},
-        {"b inside", {0, 0, 10, 10}, {2, 2, 4, 4}, ""},
         {"apart", {20, 20, 30, 30}, {0, 0, 10, 10}, "(0, 0, 10, 10)"},
         {"apart, split at the clip's edge", {5, 20, 15, 30}, {0, 0, 10, 10}, "(0, 0, 5, 10)(5, 0, 10, 10)"},
         {"zero-size clip inside", {5, 5, 5, 5}, {0, 0, 10, 10}, "(0, 0, 5, 10)(5, 0, 10, 10)"},
         {"lower half", {0, 0, 10, 5}, {0, 0, 10, 10}, "(0, 5, 10, 10)"},
         {"corner overlap", {3, 3, 7, 7}, {0, 0, 5, 5}, "(0, 0, 3, 5)(3, 0, 5, 3)"},
         {"b inverted", {2, 2, 4, 4}, {6, 6, 0, 0}, "(0, 0, 2, 6)(2, 0, 4, 2)(2, 4, 4, 6)(4, 0, 6, 6)"},
-        {"clip inverted", {4, 4, 2, 2}, {0, 0, 6, 6}, "(0, 0, 2, 6)(2, 0, 4, 2)(2, 4, 4, 6)(4, 0, 6, 6)"},
         {"itself", {1, 2, 3, 4}, {1, 2, 3, 4}, ""},
         {"vertical band across", {2, -1, 4, 7}, {0, 0, 6, 6}, "(0, 0, 2, 6)(4, 0, 6, 6)"},
         {"horizontal band across", {-1, 2, 7, 4}, {0, 0, 6, 6}, "(0, 0, 6, 2)(0, 4, 6, 6)"},
         {"b of zero width", {0, 0, 1, 1}, {5, 0, 5, 9}, ""},
-        {"b of zero height", {0, 0, 1, 1}, {0, 5, 9, 5}, ""},
-        {"both points", {5, 5, 5, 5}, {5, 5, 5, 5}, ""},
         {"near the 32-bit limits", {-5, -5, 5, 5}, {INT32_MIN, INT32_MIN, INT32_MAX, 0},
          "(-2147483648, -2147483648, -5, 0)(-5, -2147483648, 5, -5)(5, -2147483648, 2147483647, 0)"},
     };
@@ -189,59 +147,41 @@ TEST(Box, ClipCoversExactlyWithoutOverlap) {
     }
 }
 
-TEST(SegmentAndCircle, Values) {
+TEST(Curves, SegmentCircleAndArcValues) {
     SYS_Segment s(1, 2, 4, 6);
     EXPECT_EQ(s[0], SYS_Point(1, 2));
     EXPECT_EQ(s[5], SYS_Point(4, 6));
-    EXPECT_EQ(s.GetDX(), 3);
     EXPECT_EQ(s.GetLength(), 5.0);
     EXPECT_NE(s, SYS_Segment(s.GetEnd(), s.GetStart()));
     EXPECT_EQ(SYS_Segment(s.GetEnd(), s.GetStart()).GetBox(), SYS_Box(1, 2, 4, 6));
-    EXPECT_EQ(s + SYS_Point(1, -1), SYS_Segment(2, 1, 5, 5));
-    EXPECT_EQ(s - 1, SYS_Segment(0, 1, 3, 5));
     s += INT32_MAX;
-    EXPECT_EQ(s, SYS_Segment(INT32_MIN, -2147483647, -2147483645, -2147483643));
-    EXPECT_EQ(SYS_Segment(INT32_MIN, 0, INT32_MAX, 0).GetDX(), -1);
-
-    EXPECT_EQ(SYS_Circle(1, 1, 5).GetBox(), SYS_Box(-4, -4, 6, 6));
-    EXPECT_EQ(SYS_Circle(1, 1, -5).GetBox(), SYS_Box(6, 6, -4, -4));
-    EXPECT_EQ(SYS_Circle(0, 0, -5).IsValid(), 1);
-    EXPECT_EQ(SYS_Circle(0, 0, SYS_COORD_LIMIT - 1).IsValid(), 1);
+    EXPECT_EQ(s - SYS_Point(0, 1), SYS_Segment(INT32_MIN, INT32_MIN, -2147483645, -2147483644));
+    EXPECT_EQ(SYS_Circle(1, 1, -5).GetBox(), SYS_Box(6, 6, -4, -4)); // a negative radius inverts
+    EXPECT_EQ(SYS_Circle(0, 0, -SYS_COORD_LIMIT + 1).IsValid(), 1);
     EXPECT_EQ(SYS_Circle(0, 0, SYS_COORD_LIMIT).IsValid(), 0);
-    EXPECT_EQ(SYS_Circle(0, 0, -SYS_COORD_LIMIT).IsValid(), 0);
-}
 
-TEST(Arc, SweepLengthAndValidity) {
     SYS_Arc quarter(SYS_Point(10, 0), SYS_Point(0, 10), SYS_Point(0, 0), 10);
     EXPECT_EQ(quarter.GetSizeAngle(), 162000000);
     EXPECT_DOUBLE_EQ(quarter.GetLength(), 5 * mortar::kPi);
-    EXPECT_EQ(quarter.GetBox(), SYS_Box(0, 0, 10, 10));
-    SYS_Arc longWay = quarter;
-    longWay.SetRadius(-10);
-    EXPECT_EQ(longWay.GetSizeAngle(), -486000000);
-    EXPECT_DOUBLE_EQ(longWay.GetLength(), 15 * mortar::kPi);
-    EXPECT_EQ(longWay.GetBox(), SYS_Box(-10, -10, 10, 10));
+    quarter.SetRadius(-10); // clockwise: the long way round
+    EXPECT_EQ(quarter.GetSizeAngle(), -486000000);
+    EXPECT_DOUBLE_EQ(quarter.GetLength(), 15 * mortar::kPi);
 
-    // Start at angle 10, end at angle 5, on a large circle.
     SYS_Arc tiny(SYS_Point(1000000000, 97), SYS_Point(1000000000, 49), SYS_Point(0, 0), 1000000000);
     ASSERT_EQ(tiny.GetStartAngle(), 10);
     ASSERT_EQ(tiny.GetEndAngle(), 5);
     EXPECT_EQ(tiny.GetSizeAngle(), 647999995);
     tiny.SetRadius(-1000000000);
     EXPECT_EQ(tiny.GetSizeAngle(), -5);
-    tiny.SetRadius(0);
-    EXPECT_EQ(tiny.GetSizeAngle(), -5);
 
     SYS_Arc full(SYS_Point(3, 4), SYS_Point(3, 4), SYS_Point(0, 0), 5);
     EXPECT_EQ(full.GetSizeAngle(), 0);
     EXPECT_EQ(full.GetLength(), 0.0);
-    EXPECT_EQ(full.IsValidArc(), 1);
     // The tolerance is one square unit: r^2 + 1 and r^2 - 1 pass, r^2 + 2 does not.
     EXPECT_EQ(SYS_Arc(SYS_Point(5, 1), SYS_Point(3, 4), SYS_Point(0, 0), 5).IsValidArc(), 1);
     EXPECT_EQ(SYS_Arc(SYS_Point(2, 2), SYS_Point(3, 0), SYS_Point(0, 0), -3).IsValidArc(), 1);
     EXPECT_EQ(SYS_Arc(SYS_Point(4, 1), SYS_Point(3, 3), SYS_Point(0, 0), 4).IsValidArc(), 0);
     EXPECT_EQ(SYS_Arc(SYS_Point(3, 4), SYS_Point(3, 4), SYS_Point(INT32_MIN, 0), 5).IsValidArc(), 0);
-    EXPECT_EQ(SYS_Arc(full.start, full.end, full.center, -SYS_COORD_LIMIT).IsValid(), 0);
     EXPECT_NE(full, SYS_Arc(full.start, full.end, full.center, -5));
 }
 
@@ -256,32 +196,22 @@ TEST(Arc, BoxThroughEveryQuadrant) {
         SYS_Box box;
     } const cases[] = {
         {"Q1 to Q2 ccw, over the top", q1, q2, 5, {-4, 3, 3, 5}},
-        {"Q1 to Q3 ccw, top and left", q1, q3, 5, {-5, -4, 3, 5}},
         {"Q1 to Q4 ccw, three extremes", q1, q4, 5, {-5, -5, 4, 5}},
         {"Q2 to Q1 ccw, the long way", q2, q1, 5, {-5, -5, 5, 4}},
-        {"Q2 to Q3 ccw, left", q2, q3, 5, {-5, -4, -3, 3}},
-        {"Q3 to Q4 ccw, bottom", q3, q4, 5, {-3, -5, 4, -3}},
         {"Q4 to Q1 ccw, right", q4, q1, 5, {3, -3, 5, 4}},
         {"Q1 full circle ccw", q1, q1, 5, {-5, -5, 5, 5}},
         {"Q1 to Q2 cw, the long way", q1, q2, -5, {-5, -5, 5, 4}},
-        {"Q1 to Q4 cw, right", q1, q4, -5, {3, -3, 5, 4}},
         {"Q1 to Q3 cw, right and bottom", q1, q3, -5, {-3, -5, 5, 4}},
         {"Q2 to Q1 cw, top", q2, q1, -5, {-4, 3, 3, 5}},
-        {"Q3 to Q2 cw, left", q3, q2, -5, {-5, -4, -3, 3}},
         {"Q4 to Q3 cw, bottom", q4, q3, -5, {-3, -5, 4, -3}},
         {"Q3 full circle cw", q3, q3, -5, {-5, -5, 5, 5}},
-        {"east to north ccw", east, north, 5, {0, 0, 5, 5}},
         {"east to north cw", east, north, -5, {-5, -5, 5, 5}},
-        {"north to west ccw", north, west, 5, {-5, 0, 0, 5}},
         {"west to east ccw, bottom", west, east, 5, {-5, -5, 5, 0}},
         {"west to east cw, top", west, east, -5, {-5, 0, 5, 5}},
         {"south full circle cw", south, south, -5, {-5, -5, 5, 5}},
-        {"east full circle ccw", east, east, 5, {-5, -5, 5, 5}},
     };
-    SYS_Point const offsets[] = {SYS_Point(0, 0), SYS_Point(100, -200),
-                                 SYS_Point(SYS_COORD_LIMIT - 5, -SYS_COORD_LIMIT + 5)};
     for (auto const& c : cases) {
-        for (SYS_Point d : offsets) {
+        for (SYS_Point d : {SYS_Point(0, 0), SYS_Point(SYS_COORD_LIMIT - 5, -SYS_COORD_LIMIT + 5)}) {
             SYS_Arc const arc(c.start + d, c.end + d, d, c.radius);
             SYS_Box expected = c.box;
             expected.Move(d);
@@ -294,9 +224,6 @@ TEST(Arc, BoxThroughEveryQuadrant) {
     EXPECT_EQ(out, SYS_Point(-5, 0));
     EXPECT_EQ(arc.GetXNearestExtrem(out, &out), 0); // out may be p: the walk reaches end first
     EXPECT_EQ(out, SYS_Point(0, 0));
-    EXPECT_EQ(arc.GetYNearestExtrem(q1, &out), 1);
-    EXPECT_EQ(out, SYS_Point(0, 5));
-    EXPECT_EQ(arc.GetYNearestExtrem(q1, nullptr), 1);
 }
 
 // Random arcs whose ends lie exactly on the circle (lattice points of radii with many of them,
@@ -338,17 +265,15 @@ TEST(Arc, BoxHoldsTheSampledArc) {
             double const xy[2] = {c.x + r * std::cos(t), c.y + r * std::sin(t)};
             for (int k = 0; k < 2; ++k) lo[k] = std::min(lo[k], xy[k]), hi[k] = std::max(hi[k], xy[k]);
         }
-        double const slack = 1e-3 * r; // the sampling misses an extreme by less than this
-        std::string const what = "arc " + Show(SYS_Box(arc.start, arc.end)) + " about " + Show(SYS_Box(c, c)) +
-                                 " radius " + std::to_string(signedRadius) + " box " + Show(box);
-        EXPECT_LE(box.left, lo[0] + 1e-6) << what;
-        EXPECT_LE(box.lower, lo[1] + 1e-6) << what;
-        EXPECT_GE(box.right, hi[0] - 1e-6) << what;
-        EXPECT_GE(box.upper, hi[1] - 1e-6) << what;
-        EXPECT_NEAR(box.left, lo[0], slack) << what;
-        EXPECT_NEAR(box.lower, lo[1], slack) << what;
-        EXPECT_NEAR(box.right, hi[0], slack) << what;
-        EXPECT_NEAR(box.upper, hi[1], slack) << what;
+        // Holds every sample, and misses none of the extremes by more than the sampling can.
+        double const slack = 1e-3 * r;
+        int32_t const low[2] = {box.left, box.lower}, high[2] = {box.right, box.upper};
+        for (int k = 0; k < 2; ++k) {
+            EXPECT_TRUE(low[k] <= lo[k] + 1e-6 && low[k] > lo[k] - slack && high[k] >= hi[k] - 1e-6 &&
+                        high[k] < hi[k] + slack)
+                << Show(SYS_Box(arc.start, arc.end)) << " about " << c.x << "," << c.y << " radius "
+                << signedRadius << " gives " << Show(box);
+        }
     }
 }
 

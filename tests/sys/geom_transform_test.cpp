@@ -47,8 +47,7 @@ TEST(Location, OrientationIsReducedKeepingItsSign) {
     };
     for (auto const& c : cases) {
         SYS_Location const l(1, 2, c.given);
-        EXPECT_EQ(l.GetOrientation(), c.stored) << c.name;
-        EXPECT_EQ(l.IsValid(), 1) << c.name;
+        EXPECT_TRUE(l.GetOrientation() == c.stored && l.IsValid()) << c.name;
         EXPECT_EQ(SYS_Position(SYS_Point(1, 2), c.given, 0).GetOrientation(), c.stored) << c.name;
     }
     EXPECT_NE(SYS_Location(0, 0, -kRight), SYS_Location(0, 0, 3 * kRight));
@@ -57,7 +56,6 @@ TEST(Location, OrientationIsReducedKeepingItsSign) {
 
 TEST(Location, Transform) {
     SYS_Location l(0, 0, 648000000 - 50);
-    EXPECT_EQ(l.GetOrientation(), 647999950);
     l.Transform(Rotation(kOrigin, 100));
     EXPECT_EQ(l.GetOrientation(), 50);
 
@@ -71,9 +69,7 @@ TEST(Location, Transform) {
     EXPECT_EQ(placed.GetOrigin(), SYS_Point(8, 3));
     EXPECT_EQ(placed.GetOrientation(), 567000000);
 
-    SYS_Position pos(SYS_Location(5, 6, -kRight), 7);
-    EXPECT_EQ(pos.GetMirror(), 1);
-    EXPECT_EQ(pos.GetOrientation(), -kRight);
+    SYS_Position pos(SYS_Location(5, 6, -kRight), 7); // the flag becomes 1
     pos.Transform(Rotation(kOrigin, kRight)); // no mirror: the flag stays
     EXPECT_EQ(pos, SYS_Position(-6, 5, 0, 1));
     pos.Transform(Scale(kOrigin, -1.0)); // a half turn, not a mirror
@@ -82,8 +78,7 @@ TEST(Location, Transform) {
     EXPECT_EQ(pos, SYS_Position(6, 5, 0, 0));
     pos += SYS_Position(1, 1, kRight, 1);
     EXPECT_EQ(pos, SYS_Position(7, 6, kRight, 1));
-    EXPECT_EQ((pos + SYS_Position(0, 0, 0, 1)).GetMirror(), 0);
-    EXPECT_NE(pos, SYS_Position(7, 6, kRight, 0));
+    EXPECT_NE(pos + SYS_Position(0, 0, 0, 1), pos);
 }
 
 TEST(Transform, PlacementWithEachFlag) {
@@ -99,37 +94,28 @@ TEST(Transform, PlacementWithEachFlag) {
         {"turn only", kRight, 0, 0, 0, 0, {8, 21}, kRight},
         {"turn, then mirror", kRight, 1, 0, 0, 0, {12, 21}, kRight},
         {"mirror first, then turn", kRight, 1, 1, 0, 0, {8, 19}, 3 * kRight},
-        {"mirror first without mirror", kRight, 0, 1, 0, 0, {8, 21}, kRight},
         {"no move to origin", kRight, 0, 0, 1, 0, {-12, 31}, kRight},
         {"no move back", kRight, 0, 0, 0, 1, {-2, 1}, kRight},
         {"neither move", kRight, 0, 0, 1, 1, {-22, 11}, kRight},
         {"mirror first, no move to origin", kRight, 1, 1, 1, 0, {-12, 9}, 3 * kRight},
-        {"identity", 0, 0, 0, 0, 0, {11, 22}, 0},
     };
     for (auto const& c : cases) {
         SYS_Transform const t(10, 20, c.angle, c.mirror, c.mirrorFirst, c.noMoveToOrigin, c.noMoveBack);
         EXPECT_EQ(t.Transform(SYS_Point(11, 22)), c.out) << c.name;
-        EXPECT_EQ(t.GetOrientation(), c.orientation) << c.name;
-        EXPECT_EQ(t.GetMirror(), c.mirror) << c.name;
+        EXPECT_TRUE(t.GetOrientation() == c.orientation && t.GetMirror() == c.mirror) << c.name;
         SYS_Position const pos(10, 20, c.angle, c.mirror);
         EXPECT_TRUE(SYS_Transform(pos, c.mirrorFirst, c.noMoveToOrigin, c.noMoveBack) == t) << c.name;
-        EXPECT_TRUE(SYS_Transform(SYS_Point(10, 20), c.angle, c.mirror, c.mirrorFirst, c.noMoveToOrigin,
-                                  c.noMoveBack) == t)
-            << c.name;
     }
     EXPECT_EQ(SYS_Transform(10, 0, 0, 1).Transform(SYS_Point(12, 3)), SYS_Point(8, 3));
-    EXPECT_EQ(SYS_Transform(0, 0, 81000000).Transform(SYS_Point(10, 0)), SYS_Point(7, 7));
+    EXPECT_EQ(SYS_Transform(SYS_Point(0, 0), 81000000).Transform(SYS_Point(10, 0)), SYS_Point(7, 7));
 }
 
 TEST(Transform, RotationAndMirrorSetters) {
     SYS_Transform t = Rotation(kOrigin, kRight);
     EXPECT_EQ(t.Transform(SYS_Point(10, 0)), SYS_Point(0, 10));
     SYS_DoublePoint const d = t.Transform(SYS_DoublePoint(10, 0));
-    EXPECT_NE(d.x, 0.0);
-    EXPECT_LT(std::fabs(d.x), 1e-9);
-    EXPECT_EQ(t.orientation, kRight);
+    EXPECT_TRUE(d.x != 0.0 && std::fabs(d.x) < 1e-9);
     EXPECT_EQ(Rotation(kOrigin, 700000000).orientation, 700000000); // not reduced
-    EXPECT_EQ(Rotation(SYS_Point(10, 20), kRight).Transform(SYS_Point(11, 22)), SYS_Point(8, 21));
 
     // Directions: the exact angle lands on the axes and diagonals.
     struct Case {
@@ -137,17 +123,13 @@ TEST(Transform, RotationAndMirrorSetters) {
         double c, s, theta;
         int32_t orientation;
     } const directions[] = {
-        {"+X", 1, 0, 0, 0},
-        {"first diagonal", 1, 1, kPi / 4, 81000000},
         {"+Y", 0, 1, kPi / 2, kRight},
         {"second diagonal", -1, 1, kPi - kPi / 4, 243000000},
-        {"-X", -1, 0, kPi, kHalf},
         {"third diagonal", -1, -1, kPi / 4 + kPi, 405000000},
         {"-Y", 0, -1, 4.71238898038469, 486000000},
         {"fourth diagonal", 1, -1, 2 * kPi - kPi / 4, 567000000},
         {"3-4-5", 3, 4, kPi / 2 - std::atan2(0.6, 0.8), 95634184},
-        {"no direction", 0, 0, 0, 0},
-        {"too short", 1e-5, 1e-5, 0, 0},
+        {"too short: no rotation", 1e-5, 1e-5, 0, 0},
     };
     for (auto const& c : directions) {
         t.SetRotate(kOrigin, c.c, c.s);
@@ -155,51 +137,31 @@ TEST(Transform, RotationAndMirrorSetters) {
         EXPECT_EQ(t.orientation, c.orientation) << c.name;
     }
     t.SetRotate(kOrigin, 3.0, 4.0);
-    EXPECT_EQ(t.m00, 0.6);
-    EXPECT_EQ(t.m10, 0.8);
-    EXPECT_EQ(t.Transform(SYS_Point(5, 0)), SYS_Point(3, 4));
+    EXPECT_TRUE(t.m00 == 0.6 && t.m10 == 0.8);
 
-    struct MirrorCase {
-        char const* name;
-        double c, s;
-        SYS_Point image;     // of (100, 30)
-        int32_t orientation; // -1: not checked
-    } const mirrors[] = {
-        {"unit Y: x becomes -x", 0, 1, {-100, 30}, kHalf},
-        {"(1, 1) is shorter than 2: the X axis", 1, 1, {100, -30}, 0},
-        {"(0.5, 0): the X axis", 0.5, 0, {100, -30}, 0},
-        {"(3, 4) normalised: the line along (0.6, 0.8)", 3, 4, {1, 104}, -1},
-    };
-    for (auto const& c : mirrors) {
-        t.SetMirror(kOrigin, c.c, c.s);
-        EXPECT_EQ(t.Transform(SYS_Point(100, 30)), c.image) << c.name;
-        if (c.orientation >= 0) {
-            EXPECT_EQ(t.orientation, c.orientation) << c.name;
-        }
-        EXPECT_EQ(t.angleFactor, -1.0) << c.name;
-        EXPECT_EQ(t.GetMirror(), 1) << c.name;
-    }
+    // Mirror directions: unit Y flips x; (1, 1) and (0.5, 0) are shorter than 2 and stand for
+    // the X axis; (3, 4) is the line along (0.6, 0.8).
+    t.SetMirror(kOrigin, 0.0, 1.0);
+    EXPECT_TRUE(t.Transform(SYS_Point(100, 30)) == SYS_Point(-100, 30) && t.orientation == kHalf);
+    t.SetMirror(kOrigin, 1.0, 1.0);
+    EXPECT_TRUE(t.Transform(SYS_Point(100, 30)) == SYS_Point(100, -30) && t.orientation == 0);
+    t.SetMirror(kOrigin, 0.5, 0.0);
+    EXPECT_EQ(t.Transform(SYS_Point(100, 30)), SYS_Point(100, -30));
+    t.SetMirror(kOrigin, 3.0, 4.0);
+    EXPECT_TRUE(t.Transform(SYS_Point(100, 30)) == SYS_Point(1, 104) && t.angleFactor == -1.0 && t.GetMirror());
     EXPECT_EQ(Mirror(kOrigin, 81000000).Transform(SYS_Point(3, 7)), SYS_Point(7, 3));
     EXPECT_EQ(Mirror(kOrigin, 81000000).orientation, kRight);
     EXPECT_EQ(Mirror(SYS_Point(10, 5), 0).Transform(SYS_Point(3, 7)), SYS_Point(3, 3));
-    EXPECT_EQ(Mirror(kOrigin, 0).IsRotate(), 1);
-    EXPECT_EQ(Mirror(kOrigin, 0).orientation, 0);
+    EXPECT_TRUE(Mirror(kOrigin, 0).IsRotate() && Mirror(kOrigin, 0).orientation == 0);
 }
 
 TEST(Transform, ScaleMoveAndFieldReplacement) {
     SYS_Transform t = Scale(SYS_Point(5, 5), -1.0);
-    EXPECT_EQ(t.orientation, kHalf);
-    EXPECT_EQ(t.scale, -1.0);
-    EXPECT_EQ(t.sweepFactor, 1.0);
-    EXPECT_EQ(t.angleOffset, kPi);
-    EXPECT_EQ(t.GetMirror(), 0);
-    EXPECT_EQ(t.IsRotate(), 1);
-    EXPECT_EQ(t.IsScale(), 1);
+    EXPECT_TRUE(t.orientation == kHalf && t.scale == -1.0 && t.sweepFactor == 1.0 && t.angleOffset == kPi);
+    EXPECT_TRUE(!t.GetMirror() && t.IsRotate() && t.IsScale());
     EXPECT_EQ(t.Transform(SYS_Point(6, 7)), SYS_Point(4, 3));
-
     t.SetRotate(kOrigin, 100); // leaves angleOffset as it was
-    EXPECT_EQ(t.angleOffset, kPi);
-    EXPECT_EQ(t.scale, 1.0);
+    EXPECT_TRUE(t.angleOffset == kPi && t.scale == 1.0);
     t.SetMove(1, 2); // replaces everything
     SYS_Transform move;
     move.SetMove(1.0, 2.0);
@@ -215,7 +177,6 @@ TEST(Transform, ScaleMoveAndFieldReplacement) {
 
     SYS_Transform coord;
     coord.SetCoordSys(SYS_Point(10, 20), kRight);
-    EXPECT_EQ(coord.Transform(SYS_Point(10, 20)), kOrigin);
     EXPECT_EQ(coord.Transform(SYS_Point(10, 25)), SYS_Point(5, 0));
     coord.SetCoordSys(SYS_Point(10, 20), 1.0, 0.0);
     EXPECT_EQ(coord.Transform(SYS_Point(10, 25)), SYS_Point(5, 0));
@@ -237,13 +198,9 @@ TEST(Transform, IntegerResultsAndTheirLimits) {
     int32_t length = 3;
     t.Convert(length);
     EXPECT_EQ(length, 8);
-    EXPECT_EQ(t + -3, -8);
-    EXPECT_EQ(t - 5, 2);
-    EXPECT_EQ(t - 3, 1);
-    SYS_Transform const zero = Scale(kOrigin, 0.0);
-    EXPECT_EQ(zero - 5, INT32_MAX);
-    EXPECT_EQ(zero - -5, INT32_MIN);
-    EXPECT_EQ(zero - 0, 0);
+    EXPECT_TRUE(t + -3 == -8 && t - 5 == 2 && t - 3 == 1);
+    SYS_Transform const zero = Scale(kOrigin, 0.0); // division by a zero scale saturates, 0 / 0 is 0
+    EXPECT_TRUE(zero - 5 == INT32_MAX && zero - -5 == INT32_MIN && zero - 0 == 0);
     EXPECT_EQ(Scale(kOrigin, 1e10) + SYS_COORD_LIMIT, INT32_MAX);
 
     SYS_Transform far;
@@ -255,10 +212,6 @@ TEST(Transform, IntegerResultsAndTheirLimits) {
     box.Set(0, 0, 10, 10);
     box.Transform(Rotation(kOrigin, 81000000));
     EXPECT_EQ(box, SYS_Box(-7, 0, 7, 14));
-    box.Set(1, 2, 3, 4);
-    box.Transform(SYS_Transform(0, 0, 0, 1));
-    EXPECT_EQ(box, SYS_Box(-3, 2, -1, 4));
-
     SYS_Circle circle(3, 4, 7);
     circle.Transform(Scale(kOrigin, 2.0));
     EXPECT_EQ(circle, SYS_Circle(6, 8, 7));
@@ -280,10 +233,8 @@ TEST(Transform, ConvertAngleAndSweep) {
     } const cases[] = {
         {"full turn stays", SYS_Transform(), 648000000, 0, 648000000, 0},
         {"negative angle", SYS_Transform(), -1, 0, 647999999, 0},
-        {"two turns", SYS_Transform(), 1296000000, 0, 648000000, 0},
         {"just over two turns", SYS_Transform(), 1296000001, 0, 1, 0},
         {"int32 limits", SYS_Transform(), INT32_MIN, INT32_MIN, 444516352, 648000000},
-        {"long sweep", SYS_Transform(), 0, 700000000, 0, 648000000},
         {"long negative sweep", SYS_Transform(), 0, -700000000, 0, 648000000},
         {"rotation adds", Rotation(kOrigin, 100), 647999950, 7, 50, 7},
         {"mirror by angle", Mirror(kOrigin, 0), 100, 50, 647999900, -50},
@@ -296,10 +247,8 @@ TEST(Transform, ConvertAngleAndSweep) {
         EXPECT_EQ(angle, c.angleOut) << c.name;
         EXPECT_EQ(sweep, c.sweepOut) << c.name;
     }
-    EXPECT_EQ(Rotation(kOrigin, kRight).CalcAngle(), kRight);
     EXPECT_EQ(Rotation(kOrigin, -kRight).CalcAngle(), 3 * kRight);
     EXPECT_EQ(Scale(kOrigin, -2.0).CalcXScale(), 2.0);
-    EXPECT_DOUBLE_EQ(Mirror(kOrigin, 12345).CalcYScale(), 1.0);
 }
 
 TEST(Transform, CompositionIsOrdered) {
@@ -310,22 +259,15 @@ TEST(Transform, CompositionIsOrdered) {
     EXPECT_EQ((turn + move).Transform(SYS_Point(1, 0)), SYS_Point(10, 1));
     SYS_Transform self = turn;
     self.AddConv(self);
-    EXPECT_EQ(self.Transform(SYS_Point(1, 0)), SYS_Point(-1, 0));
-    EXPECT_EQ(self.orientation, kHalf);
-    SYS_Transform copy;
-    EXPECT_TRUE((copy = &self) == self);
+    EXPECT_TRUE(self.Transform(SYS_Point(1, 0)) == SYS_Point(-1, 0) && self.orientation == kHalf);
 
     // Each angle part goes through its own factor: orientations truncated, offsets not.
     SYS_Transform first, second;
     first.orientation = 101, first.angleOffset = 0.5, first.sweepOrientation = 7, first.sweepOffset = 0.25;
     second.angleFactor = -0.5, second.orientation = 3, second.sweepFactor = 2.0, second.scale = 3.0;
     first.AddConv(second);
-    EXPECT_EQ(first.orientation, -50 + 3);
-    EXPECT_EQ(first.angleOffset, -0.25);
-    EXPECT_EQ(first.angleFactor, -0.5);
-    EXPECT_EQ(first.sweepOrientation, 14);
-    EXPECT_EQ(first.sweepOffset, 0.5);
-    EXPECT_EQ(first.scale, 3.0);
+    EXPECT_TRUE(first.orientation == -50 + 3 && first.angleOffset == -0.25 && first.angleFactor == -0.5);
+    EXPECT_TRUE(first.sweepOrientation == 14 && first.sweepOffset == 0.5 && first.scale == 3.0);
 }
 
 // Random transforms built from every setter: composed with the inverse that SetRConv writes,
@@ -353,11 +295,9 @@ TEST(Transform, InverseComposesToIdentity) {
         back.SubConv(t);
         for (int i = 0; i < 20; ++i) {
             SYS_Point const q(coord(rng), coord(rng));
-            ASSERT_EQ(there.Transform(q), q) << "round " << round;
-            ASSERT_EQ(back.Transform(q), q) << "round " << round;
             SYS_DoublePoint const home = inverse.Transform(t.Transform(SYS_DoublePoint(q)));
-            ASSERT_NEAR(home.x, q.x, 1e-6) << "round " << round;
-            ASSERT_NEAR(home.y, q.y, 1e-6) << "round " << round;
+            ASSERT_TRUE(there.Transform(q) == q && back.Transform(q) == q) << "round " << round;
+            ASSERT_TRUE(std::fabs(home.x - q.x) < 1e-6 && std::fabs(home.y - q.y) < 1e-6) << "round " << round;
         }
     }
 }
@@ -373,7 +313,6 @@ TEST(Transform, InversionFailures) {
     thin.m00 = 1e-15; // determinant 1e-15: refused by SetRConv, accepted by Invert
     EXPECT_EQ(thin.SetRConv(out), 0);
     EXPECT_EQ(thin.Invert(), 1);
-    EXPECT_DOUBLE_EQ(thin.m00, 1e15);
     EXPECT_DOUBLE_EQ(thin.scale, 1e15);
     thin.m00 = 1e-19;
     SYS_Transform const before = thin;
@@ -384,30 +323,25 @@ TEST(Transform, InversionFailures) {
     noAngles.m02 = 5.0;
     noAngles.angleFactor = 0.0; // the matrix is written, the angle parts are not
     EXPECT_EQ(noAngles.SetRConv(out), 0);
-    EXPECT_EQ(out.m02, -5.0);
-    EXPECT_EQ(out.angleFactor, 1.0);
+    EXPECT_TRUE(out.m02 == -5.0 && out.angleFactor == 1.0);
 
     SYS_Transform noScale = Rotation(kOrigin, kRight);
     noScale.scale = 0.0;
     EXPECT_EQ(noScale.SetRConv(out), 0);
     EXPECT_EQ(noScale.scale, 1.0); // the source's own scale is reset
-    EXPECT_EQ(out.scale, 1.0);
-    EXPECT_EQ(out.orientation, -kRight);
+    EXPECT_TRUE(out.scale == 1.0 && out.orientation == -kRight);
 
     SYS_Transform nearOne;
     nearOne.angleFactor = 1.0 + 1e-13; // within the tolerance of 1: kept, not inverted
     EXPECT_EQ(nearOne.SetRConv(out), 1);
     EXPECT_EQ(out.angleFactor, 1.0 + 1e-13);
 
-    SYS_Transform selfInverse = Rotation(SYS_Point(3, 4), kRight);
-    selfInverse.RConv();
-    EXPECT_EQ(selfInverse.Transform(SYS_Point(3, 9)), SYS_Point(8, 4));
-    EXPECT_EQ(selfInverse.orientation, -kRight);
+    SYS_Transform turn = Rotation(SYS_Point(3, 4), kRight);
+    EXPECT_TRUE(turn - SYS_Point(3, 9) == SYS_Point(8, 4) && turn + SYS_Point(8, 4) == SYS_Point(3, 9));
+    turn.RConv();
+    EXPECT_TRUE(turn.Transform(SYS_Point(3, 9)) == SYS_Point(8, 4) && turn.orientation == -kRight);
     singular.RConv(); // unconditionally: the identity it was left
     EXPECT_TRUE(singular == SYS_Transform());
-    SYS_Transform const turn = Rotation(SYS_Point(3, 4), kRight);
-    EXPECT_EQ(turn - SYS_Point(3, 9), SYS_Point(8, 4));
-    EXPECT_EQ(turn + SYS_Point(8, 4), SYS_Point(3, 9));
 }
 
 } // namespace
