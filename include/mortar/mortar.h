@@ -13,6 +13,12 @@
 #include <mortar/sys/SYS_StringBase.h>
 #include <mortar/sys/SYS_TextScanners.h>
 #include <mortar/sys/SYS_Geom_Inline.h>
+#include <mortar/sys/SYS_Filter.h>
+#include <mortar/sys/SYS_Memory.h>
+#include <mortar/sys/SYS_StdInterface.h>
+#include <mortar/sys/SYS_TestRec.h>
+
+#include <mortar/scc/SCC_Event.h>
 
 #include <mortar/sfm/SFM_StringTable.h>
 
