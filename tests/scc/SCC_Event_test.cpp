@@ -169,7 +169,11 @@ TEST(EventChain, NestedWalks) {
     chain['b'].action = [&] {
         if (fired++ < 2) chain.event.Notify(0, nullptr);
     };
-    EXPECT_EQ(chain.Fire(), "ab" "ab" "abc" "c" "c");
+    EXPECT_EQ(chain.Fire(), "ab"
+                            "ab"
+                            "abc"
+                            "c"
+                            "c");
 
     // Both walks stand on b when the inner one removes it, and c too: both go on with d.
     Chain nested("abcd");
@@ -186,7 +190,9 @@ TEST(EventChain, NestedWalks) {
             nested['c'].Remove();
         }
     };
-    EXPECT_EQ(nested.Fire(), "ab" "abd" "d");
+    EXPECT_EQ(nested.Fire(), "ab"
+                             "abd"
+                             "d");
 }
 
 TEST(EventChain, ThrowingCallbackLeavesTheStackAsItWas) {
@@ -211,7 +217,9 @@ TEST(EventChain, ThrowingCallbackLeavesTheStackAsItWas) {
         chain['b'].action = nullptr;
         throw std::runtime_error("inner");
     };
-    EXPECT_EQ(chain.Fire(), "a" "ab" "bc");
+    EXPECT_EQ(chain.Fire(), "a"
+                            "ab"
+                            "bc");
     EXPECT_NE(top, nullptr);
     EXPECT_EQ(chain.event.GetRoot(), nullptr);
 }
@@ -281,7 +289,8 @@ TEST(EventChain, NodesMovingDuringAWalk) {
     log.clear();
     event.Notify(1, nullptr);
     other.Notify(1, nullptr);
-    EXPECT_EQ(log, "EacLT" "bz");
+    EXPECT_EQ(log, "EacLT"
+                   "bz");
 
     // b moves away while the walk stands on it: the walk goes on with c.
     b.Connect(&event);
@@ -315,7 +324,8 @@ TEST(EventChain, DestroyingAnEventLeavesItsHooksUnconnected) {
     };
     SCC_Notifier* raw = event.get();
     raw->Notify(1, nullptr);
-    EXPECT_EQ(log, "a" "abc");
+    EXPECT_EQ(log, "a"
+                   "abc");
     EXPECT_EQ(c.GetRoot(), nullptr);
 }
 
@@ -397,13 +407,32 @@ TEST(EventChain, TransferDuringAWalk) {
     };
     a.Connect(target.get());
     target->Notify(1, nullptr);
-    EXPECT_EQ(log, "a" "bc" "bc");
+    EXPECT_EQ(log, "a"
+                   "bc"
+                   "bc");
     EXPECT_EQ(target->GetRoot(), nullptr);
+
+    // An event assigned to while it fires: its walk ends, and does not run into the chain
+    // it received.
+    Chain chain("xy");
+    b.action = [&] { *target = chain.event; };
+    log.clear();
+    target->Notify(1, nullptr); // a left in the part above: the chain is b, c
+    EXPECT_EQ(log, "b");
+    EXPECT_EQ(c.GetRoot(), nullptr);
+    EXPECT_EQ(target->GetRoot(), nullptr);
+    chain.log.clear();
+    target->Notify(1, nullptr);
+    EXPECT_EQ(chain.log, "xy");
 }
 
 int g_callbackLog = 0;
-int Tens(int, int*) { return g_callbackLog = g_callbackLog * 10 + 1; }
-int Twos(int, int*) { return g_callbackLog = g_callbackLog * 10 + 2; }
+int Tens(int, int*) {
+    return g_callbackLog = g_callbackLog * 10 + 1;
+}
+int Twos(int, int*) {
+    return g_callbackLog = g_callbackLog * 10 + 2;
+}
 
 TEST(EventChain, CopiedHooksJoinAheadOfTheirSource) {
     Event event;
@@ -522,7 +551,8 @@ TEST(EventChain, RandomChangesDuringWalks) {
         std::vector<int> expected;
         bool after = false;
         for (int i : before) {
-            if (!after || std::find(victims.begin(), victims.end(), i) == victims.end()) expected.push_back(i);
+            if (!after || std::find(victims.begin(), victims.end(), i) == victims.end())
+                expected.push_back(i);
             after = after || i == actor;
         }
         ASSERT_EQ(notified, expected) << "round " << round;

@@ -262,11 +262,12 @@ public:
             walk.m_Root = node;
             node->OnNotification(code, data);
             // The walk follows its record, which the callback may have moved: to an earlier
-            // node, to the new head of a transferred chain, or off a destroyed event.
-            SCC_Event<T>* event = walk.m_Event;
-            if (!event || !event->Enabled) break;
+            // node, or to the new head of a transferred chain. An ended walk stands on its
+            // own record, whose next is null like its event, so the first test stops it
+            // before the event is touched.
             node = walk.m_Root->m_Next;
-            if (node == event) break;
+            SCC_Event<T>* event = walk.m_Event;
+            if (node == event || !event->Enabled) break;
         }
         return 0;
     }
@@ -306,14 +307,16 @@ private:
         }
     }
 
-    // Empties the walk stack; each walk ends when its current callback returns.
+    // Empties the walk stack; each walk ends when its current callback returns (see Notify).
     void EndWalks() {
         Node* s = this->m_Root;
         this->m_Root = nullptr;
         while (s) {
-            Node* older = s->m_Next;
-            static_cast<Saver*>(s)->m_Event = nullptr;
-            s = older;
+            Saver* walk = static_cast<Saver*>(s);
+            s = walk->m_Next;
+            walk->m_Event = nullptr;
+            walk->m_Root = walk;
+            walk->m_Next = nullptr;
         }
     }
 };
@@ -380,7 +383,9 @@ protected:
 
 private:
     // The links are mutable: joining the ring does not change the source's value.
-    void JoinAhead(SCC_EventHook<T> const& source) { this->InsertBefore(const_cast<SCC_EventHook<T>*>(&source)); }
+    void JoinAhead(SCC_EventHook<T> const& source) {
+        this->InsertBefore(const_cast<SCC_EventHook<T>*>(&source));
+    }
 };
 
 /// A hook that calls a member function of an object: (object->*member)(code, data).
