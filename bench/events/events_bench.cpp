@@ -34,14 +34,20 @@ __attribute__((noinline)) void* operator new(std::size_t size) {
     if (void* p = std::malloc(size ? size : 1)) return p;
     throw std::bad_alloc();
 }
-__attribute__((noinline)) void operator delete(void* p) noexcept { std::free(p); }
-__attribute__((noinline)) void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+__attribute__((noinline)) void operator delete(void* p) noexcept {
+    std::free(p);
+}
+__attribute__((noinline)) void operator delete(void* p, std::size_t) noexcept {
+    std::free(p);
+}
 
 namespace {
 
 using Callback = int (*)(int, int*);
 
-Callback Listener(int i) { return i % 2 ? &bench::ListenXor : &bench::ListenAdd; }
+Callback Listener(int i) {
+    return i % 2 ? &bench::ListenXor : &bench::ListenAdd;
+}
 
 // Reports the allocations per iteration made since `start`.
 void ReportAllocations(benchmark::State& state, std::uint64_t start) {
@@ -121,8 +127,9 @@ void BM_Notify_Sigc(benchmark::State& state) {
     }
 }
 
-using BoostSignal = boost::signals2::signal_type<
-    int(int, int*), boost::signals2::keywords::mutex_type<boost::signals2::dummy_mutex>>::type;
+using BoostSignal =
+    boost::signals2::signal_type<int(int, int*),
+                                 boost::signals2::keywords::mutex_type<boost::signals2::dummy_mutex>>::type;
 
 void BM_Notify_BoostSignals2(benchmark::State& state) {
     BoostSignal signal;

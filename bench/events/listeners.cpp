@@ -12,6 +12,8 @@ int ListenXor(int code, int* data) {
     return 0;
 }
 
-int DerivedHook::OnNotification(int code, int* data) { return m_Add ? ListenAdd(code, data) : ListenXor(code, data); }
+int DerivedHook::OnNotification(int code, int* data) {
+    return m_Add ? ListenAdd(code, data) : ListenXor(code, data);
+}
 
 } // namespace bench

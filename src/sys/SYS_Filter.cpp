@@ -3,7 +3,8 @@
 SYS_Filter::SYS_Filter()
     : Function(nullptr), Left(nullptr), Right(nullptr), Combined(nullptr), m_Shares(0), m_Replaced(nullptr) {}
 
-SYS_Filter::SYS_Filter(SYS_Filter const* left, SYS_Filter const* right, int (*function)(SYS_Filter const*, int))
+SYS_Filter::SYS_Filter(SYS_Filter const* left, SYS_Filter const* right,
+                       int (*function)(SYS_Filter const*, int))
     : Function(function), Left(left), Right(right), Combined(nullptr), m_Shares(0), m_Replaced(nullptr) {}
 
 SYS_Filter::SYS_Filter(SYS_Filter const& source)
@@ -49,11 +50,15 @@ void SYS_Filter::Release(SYS_Filter* filter) {
     }
 }
 
-int SYS_Filter::IsTrue(int handle) const { return Function ? Function(this, handle) : 0; }
+int SYS_Filter::IsTrue(int handle) const {
+    return Function ? Function(this, handle) : 0;
+}
 
 namespace {
 
-int Test(SYS_Filter const* filter, int handle) { return filter ? filter->IsTrue(handle) : 0; }
+int Test(SYS_Filter const* filter, int handle) {
+    return filter ? filter->IsTrue(handle) : 0;
+}
 
 } // namespace
 
@@ -67,7 +72,9 @@ int SYS_Filter::Or_F(SYS_Filter const* filter, int handle) {
     return Test(filter->Left, handle) | right;
 }
 
-int SYS_Filter::Not_F(SYS_Filter const* filter, int handle) { return Test(filter->Left, handle) == 0 ? 1 : 0; }
+int SYS_Filter::Not_F(SYS_Filter const* filter, int handle) {
+    return Test(filter->Left, handle) == 0 ? 1 : 0;
+}
 
 SYS_Filter& SYS_Filter::Combine(SYS_Filter const* right, int (*function)(SYS_Filter const*, int)) {
     SYS_Filter* combined = new SYS_Filter(this, right, function);
@@ -76,8 +83,14 @@ SYS_Filter& SYS_Filter::Combine(SYS_Filter const* right, int (*function)(SYS_Fil
     return *combined;
 }
 
-SYS_Filter& SYS_Filter::operator|(SYS_Filter const& other) { return Combine(&other, &Or_F); }
+SYS_Filter& SYS_Filter::operator|(SYS_Filter const& other) {
+    return Combine(&other, &Or_F);
+}
 
-SYS_Filter& SYS_Filter::operator&(SYS_Filter const& other) { return Combine(&other, &And_F); }
+SYS_Filter& SYS_Filter::operator&(SYS_Filter const& other) {
+    return Combine(&other, &And_F);
+}
 
-SYS_Filter& SYS_Filter::operator!() { return Combine(nullptr, &Not_F); }
+SYS_Filter& SYS_Filter::operator!() {
+    return Combine(nullptr, &Not_F);
+}

@@ -2,20 +2,34 @@
 
 #include <cstdint>
 
-SCC_Notifier* SYS_StdInterface::GetChangeEvent(void*) { return nullptr; }
+SCC_Notifier* SYS_StdInterface::GetChangeEvent(void*) {
+    return nullptr;
+}
 
-void SYS_StdInterface::SetMaxHandle(int maxHandle) { MaxHandle = maxHandle; }
+void SYS_StdInterface::SetMaxHandle(int maxHandle) {
+    MaxHandle = maxHandle;
+}
 
-int SYS_StdInterface::IsValid() const { return Handle != 0 ? 1 : 0; }
+int SYS_StdInterface::IsValid() const {
+    return Handle != 0 ? 1 : 0;
+}
 
-void SYS_StdInterface::SetHandle(int handle, void*) { Handle = handle; }
+void SYS_StdInterface::SetHandle(int handle, void*) {
+    Handle = handle;
+}
 
-int SYS_StdInterface::GetHandle() const { return Handle; }
+int SYS_StdInterface::GetHandle() const {
+    return Handle;
+}
 
-void SYS_StdInterface::GetFirst(void*) { Handle = MaxHandle > 0 ? 1 : 0; }
+void SYS_StdInterface::GetFirst(void*) {
+    Handle = MaxHandle > 0 ? 1 : 0;
+}
 
 // Compared before adding, so that a walk up to the largest int ends instead of overflowing.
-void SYS_StdInterface::GetNext() { Handle = Handle >= MaxHandle ? 0 : Handle + 1; }
+void SYS_StdInterface::GetNext() {
+    Handle = Handle >= MaxHandle ? 0 : Handle + 1;
+}
 
 void SYS_StdInterface::OnUpdatePointers() {}
 

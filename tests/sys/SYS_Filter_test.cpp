@@ -78,7 +78,8 @@ TEST(Filter, AndAndOrEvaluateRightThenLeftAlways) {
     }
 
     // Null operands count as filters that answer 0.
-    SYS_Filter lonelyAnd(nullptr, nullptr, &SYS_Filter::And_F), lonelyOr(&identity, nullptr, &SYS_Filter::Or_F);
+    SYS_Filter lonelyAnd(nullptr, nullptr, &SYS_Filter::And_F),
+        lonelyOr(&identity, nullptr, &SYS_Filter::Or_F);
     SYS_Filter lonelyNot(nullptr, nullptr, &SYS_Filter::Not_F);
     EXPECT_EQ(lonelyAnd.IsTrue(5), 0);
     EXPECT_EQ(lonelyOr.IsTrue(5), 5);
