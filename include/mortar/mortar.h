@@ -12,6 +12,7 @@
 
 #include <mortar/sys/SYS_StringBase.h>
 #include <mortar/sys/SYS_TextScanners.h>
+#include <mortar/sys/SYS_Exception.h>
 #include <mortar/sys/SYS_Geom_Inline.h>
 #include <mortar/sys/SYS_Filter.h>
 #include <mortar/sys/SYS_Memory.h>
@@ -19,6 +20,8 @@
 #include <mortar/sys/SYS_TestRec.h>
 
 #include <mortar/scc/SCC_Event.h>
+
+#include <mortar/ssm/ssmimpl.h>
 
 #include <mortar/sfm/SFM_StringTable.h>
 
