@@ -14,6 +14,8 @@
 #include <mortar/sys/SYS_TextScanners.h>
 #include <mortar/sys/SYS_Exception.h>
 #include <mortar/sys/SYS_Geom_Inline.h>
+#include <mortar/sys/SYS_GeomNode.h>
+#include <mortar/sys/SYS_Text.h>
 #include <mortar/sys/SYS_Filter.h>
 #include <mortar/sys/SYS_Memory.h>
 #include <mortar/sys/SYS_StdInterface.h>
