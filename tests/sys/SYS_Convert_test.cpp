@@ -1,0 +1,403 @@
+#include <mortar/sys/SYS_Convert.h>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <clocale>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int32_t kMin = INT32_MIN, kMax = INT32_MAX;
+constexpr double kInf = std::numeric_limits<double>::infinity();
+SYS_UnitType const kFallback = static_cast<SYS_UnitType>(7);
+
+// "%.*f" of the C library (the test runs in the C locale), trimmed when asked.
+std::string Printf(double v, int precision, bool trim) {
+    char text[512];
+    std::snprintf(text, sizeof text, "%.*f", precision, v);
+    if (trim) SYS_Convert::TrimStrNumber(text);
+    return text;
+}
+
+TEST(Convert, EachUnitHasItsNameDecimalsAndFactor) {
+    struct Case {
+        SYS_UnitType type;
+        char const* name;
+        int32_t precision, oneUnit; // oneUnit: User2Base(1.0)
+        char const* text;           // Base2Str(1234567), untrimmed
+    } const cases[] = {
+        {SYS_UnitMils, "Mils", 2, 19050, "64.81"},
+        {SYS_UnitMetric, "Metric", 5, 750000, "1.64609"},
+        {SYS_UnitInches, "Inches", 5, 19050000, "0.06481"},
+        {SYS_UnitMicron, "Micron", 2, 750, "1646.09"},
+        {SYS_UnitPdf, "PDF units", 0, 264583, "5"},
+        {SYS_UnitBasicAscii, "Basic ASCII PCB units", 2, 1, "2469134.00"},
+        {SYS_UnitCentimeter, "", 5, 7500000, "0.16461"},
+        {kFallback, "", 1, 1, "1234567.0"},
+        {static_cast<SYS_UnitType>(-1), "", 1, 1, "1234567.0"},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.type);
+        SYS_Convert conv(c.type);
+        EXPECT_STREQ(conv.GetUnitName(), c.name);
+        EXPECT_STREQ(SYS_Convert::GetUnitName(c.type), c.name);
+        EXPECT_EQ(conv.GetUnitPrecision(), c.precision);
+        EXPECT_EQ(conv.User2Base(1.0), c.oneUnit);
+        conv.SetZeroTrimMode(0);
+        EXPECT_EQ(conv.Base2Str(1234567), c.text);
+    }
+    SYS_Convert outside(kFallback);
+    outside.SetUnitPrecision(4);
+    EXPECT_EQ(outside.GetUnitPrecision(), 1) << "outside 0 to 6 the decimals cannot be set";
+}
+
+TEST(Convert, SetDataResetsEverySettingAndCopiesAreMemberwise) {
+    SYS_Convert conv(SYS_UnitInches, SYS_Point(5, -7));
+    EXPECT_EQ(conv.GetOrigin(), SYS_Point(5, -7));
+    EXPECT_EQ(SYS_Convert(SYS_Point(1, 2)).GetUnitType(), SYS_UnitMils);
+    conv.SetUnitPrecision(1);
+    conv.SetUnitType(SYS_UnitMils);
+    conv.SetUnitPrecision(4);
+    conv.SetAnglePrecision(0);
+    conv.SetZeroTrimMode(0);
+    SYS_Convert copy(conv);
+    EXPECT_EQ(copy.GetUnitPrecision(), 4);
+    copy.SetUnitType(SYS_UnitInches);
+    EXPECT_EQ(copy.Base2Str(19050000 / 4), "0.2") << "each unit keeps its decimals; 0.25 ties to even";
+    EXPECT_EQ(copy.Angle2Str(2700000), "2") << "1.5 degrees, no decimals";
+
+    copy.SetData(SYS_UnitMicron, SYS_Point(0, 0));
+    EXPECT_EQ(copy.GetUnitPrecision(), 2);
+    copy.SetUnitType(SYS_UnitInches);
+    EXPECT_EQ(copy.GetUnitPrecision(), 5) << "SetData drops every precision that was set";
+    EXPECT_EQ(copy.GetAnglePrecision(), 3);
+    EXPECT_EQ(copy.IsZeroTrimMode(), 1);
+    conv = copy;
+    EXPECT_EQ(conv.GetUnitPrecision(), 5);
+}
+
+TEST(Convert, UnitTypeObjWalksTheSevenUnits) {
+    SYS_Convert conv; // fills the names
+    SYS_Convert::UnitTypeObj units;
+    EXPECT_EQ(units.MaxHandle, 7);
+    EXPECT_EQ(units.GetType(), -1) << "handle 0 reads the fallback row";
+    std::vector<std::string> names;
+    std::vector<int> types;
+    for (units.GetFirst(nullptr); units.IsValid(); units.GetNext()) {
+        names.push_back(units.GetName());
+        types.push_back(units.GetType());
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"Mils", "Metric", "Inches", "Micron", "PDF units",
+                                               "Basic ASCII PCB units", ""}));
+    EXPECT_EQ(types, (std::vector<int>{0, 1, 2, 3, 4, 5, 6}));
+    for (int handle : {8, -1, kMin, kMax}) {
+        units.SetHandle(handle, nullptr);
+        EXPECT_EQ(units.GetType(), -1) << handle;
+        EXPECT_STREQ(units.GetName(), "");
+    }
+    units.SetHandle(3, nullptr);
+    SYS_Convert::UnitTypeObj copy(units);
+    static_cast<SYS_StdInterface&>(copy).GetNext();
+    EXPECT_STREQ(copy.GetName(), "Micron");
+}
+
+TEST(Convert, User2BaseRoundsHalvesAwayAndReportsOverflow) {
+    struct Case {
+        char const* name;
+        SYS_UnitType type;
+        double v;
+        int32_t base;
+    } const cases[] = {
+        {"one mil", SYS_UnitMils, 1.0, 19050},
+        {"tiny negative", SYS_UnitMils, -0.00001, 0},
+        {"negative zero", SYS_UnitMils, -0.0, 0},
+        {"half up", SYS_UnitBasicAscii, 3.0, 2},
+        {"half down", SYS_UnitBasicAscii, -3.0, -2},
+        {"too large", SYS_UnitMils, 200000.0, kMin},
+        {"too small", SYS_UnitMils, -200000.0, kMin},
+        {"largest whole mils", SYS_UnitMils, 112728.0, 2147468400},
+        {"INT32_MAX", kFallback, 2147483647.0, kMax},
+        {"above INT32_MAX", kFallback, 2147483647.25, kMin},
+        {"-INT32_MAX", kFallback, -2147483647.0, -kMax},
+        {"infinity", SYS_UnitInches, kInf, kMin},
+        {"NaN", SYS_UnitInches, std::nan(""), kMin},
+    };
+    for (auto const& c : cases)
+        EXPECT_EQ(SYS_Convert(c.type).User2Base(c.v), c.base) << c.name;
+    SYS_Convert inches(SYS_UnitInches);
+    EXPECT_EQ(inches.User2BaseDouble(0.5), 9525000.0);
+    EXPECT_EQ(inches.Base2User(9525000), 0.5);
+}
+
+TEST(Convert, TextToNumberTakesTheWholeTextInTheCGrammar) {
+    struct Case {
+        char const* text;
+        int ok;
+        double value;
+    } const doubles[] = {
+        {"", 1, 0.0},       {" \t\n-2.25", 1, -2.25}, {"+3e2", 1, 300.0}, {"0x1.8p3", 1, 12.0},
+        {".5", 1, 0.5},     {"5.", 1, 5.0},           {"-inf", 1, -kInf}, {"Infinity", 1, kInf},
+        {"1.5 ", 0, 1.5},   {"1,5", 0, 1.0},          {"10mil", 0, 10.0}, {" ", 0, 0.0},
+        {".", 0, 0.0},      {"1e", 0, 1.0},           {"1e400", 0, kInf}, {"-1e400", 0, -kInf},
+        {"1e-400", 0, 0.0}, {"0x", 0, 0.0},
+    };
+    for (auto const& c : doubles) {
+        double v = 99.0;
+        EXPECT_EQ(SYS_Convert::Str2Double(c.text, &v), c.ok) << '"' << c.text << '"';
+        EXPECT_EQ(v, c.value) << '"' << c.text << '"';
+    }
+    double v = 99.0;
+    EXPECT_EQ(SYS_Convert::Str2Double(nullptr, &v), 0);
+    EXPECT_EQ(v, 0.0);
+
+    struct LongCase {
+        char const* text;
+        int ok;
+        int32_t value;
+        bool range;
+    } const longs[] = {
+        {"", 1, 0, false},
+        {" +12", 1, 12, false},
+        {"2147483647", 1, kMax, false},
+        {"-2147483648", 1, kMin, false},
+        {"2147483648", 0, kMax, true},
+        {"-2147483649", 0, kMin, true},
+        {"99999999999999999999999", 0, kMax, true},
+        {"1.5", 0, 1, false},
+        {"0x10", 0, 0, false},
+        {"9999999999x", 0, kMax, true},
+    };
+    for (auto const& c : longs) {
+        errno = 0;
+        int32_t n = 99;
+        EXPECT_EQ(SYS_Convert::Str2Long(c.text, &n), c.ok) << '"' << c.text << '"';
+        EXPECT_EQ(n, c.value) << '"' << c.text << '"';
+        EXPECT_EQ(errno == ERANGE, c.range) << '"' << c.text << '"';
+    }
+
+    // errno: an ERANGE is cleared first, any other value stays, and overflow leaves ERANGE behind.
+    errno = 0;
+    EXPECT_EQ(SYS_Convert::Str2Double("1e999", &v), 0);
+    EXPECT_EQ(errno, ERANGE);
+    EXPECT_EQ(SYS_Convert::Str2Double("2", &v), 1);
+    EXPECT_EQ(errno, 0);
+    errno = EINVAL;
+    EXPECT_EQ(SYS_Convert::Str2Double("2", &v), 1);
+    EXPECT_EQ(errno, EINVAL);
+    errno = ERANGE;
+    int32_t base;
+    EXPECT_EQ(SYS_Convert(SYS_UnitInches).Str2Base("1", &base), 1);
+
+    // Plain decimals take a short way; all texts must agree with strtod to the bit.
+    std::mt19937 rng(11);
+    for (int i = 0; i < 50000; ++i) {
+        std::string text;
+        for (int n = static_cast<int>(rng() % 26); n > 0; --n) {
+            unsigned const r = rng() % 100;
+            text += r < 85 ? static_cast<char>('0' + rng() % 10) : r < 93 ? '.' : "+-.eEx "[rng() % 7];
+        }
+        errno = 0;
+        char* end;
+        double const expected = std::strtod(text.c_str(), &end);
+        int const ok = *end == '\0' && errno != ERANGE ? 1 : 0;
+        ASSERT_EQ(SYS_Convert::Str2Double(text.c_str(), &v), ok) << text;
+        ASSERT_EQ(std::memcmp(&v, &expected, sizeof v), 0) << text;
+    }
+}
+
+TEST(Convert, LengthsAnglesAndMeasuresFromText) {
+    struct Case {
+        char const* text;
+        int base, measure, angle; // 1 for success
+        int32_t baseValue, measureValue, angleValue;
+    } const cases[] = {
+        {"56", 1, 1, 1, SYS_COORD_LIMIT, SYS_COORD_LIMIT, 100800000},
+        {"-56", 1, 0, 1, -SYS_COORD_LIMIT, 0, -100800000},
+        {"56.01", 0, 1, 1, 0, 1066990500, 100818000},
+        {"-56.01", 0, 0, 1, 0, 0, -100818000},
+        {"-1", 1, 0, 1, -19050000, 0, -1800000},
+        {"1.0000005", 1, 1, 1, 19050010, 19050010, 1800000}, // angles are cut, not rounded
+        {"-0.0000005", 1, 0, 1, -10, 0, 0},
+        {"10mil", 0, 0, 0, 0, 0, 0},
+        {"1e400", 0, 0, 0, 0, 0, 0},
+        {"inf", 0, 1, 1, 0, kMin, kMax},
+        {"nan", 0, 1, 1, 0, kMin, 0},
+        {"1e10", 0, 1, 1, 0, kMin, kMax},
+    };
+    SYS_Convert inches(SYS_UnitInches, SYS_Point(1000, 1000)); // the origin plays no part in input
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.text);
+        int32_t base = 7, measure = 7, angle = 7;
+        EXPECT_EQ(inches.Str2Base(c.text, &base), c.base);
+        EXPECT_EQ(base, c.base ? c.baseValue : 7);
+        EXPECT_EQ(inches.Str2Measure(c.text, &measure), c.measure);
+        EXPECT_EQ(measure, c.measure ? c.measureValue : 7);
+        EXPECT_EQ(inches.Str2Angle(c.text, &angle), c.angle);
+        EXPECT_EQ(angle, c.angle ? c.angleValue : 7);
+    }
+    double d = 7;
+    EXPECT_EQ(inches.Str2Base("100", &d), 1) << "no range test in doubles";
+    EXPECT_EQ(d, 1905000000.0);
+    EXPECT_EQ(inches.Str2Base("x", &d), 0);
+    EXPECT_EQ(d, 1905000000.0);
+}
+
+TEST(Convert, TrimStrNumber) {
+    std::pair<std::string, std::string> const cases[] = {
+        {"1.500", "1.5"}, {"2.000", "2"}, {"-0.00", "-0"},     {"100", "100"},   {"", ""},
+        {".000", ""},     {"5.", "5"},    {"10.050", "10.05"}, {"-nan", "-nan"}, {"1000.0001", "1000.0001"},
+    };
+    for (auto c : cases) {
+        SYS_Convert::TrimStrNumber(c.first.data());
+        EXPECT_STREQ(c.first.c_str(), c.second.c_str());
+    }
+}
+
+TEST(Convert, NumbersToTextAsPrintfFormatsThem) {
+    SYS_Convert mils;
+    EXPECT_EQ(mils.Base2Str(19050), "1");
+    EXPECT_EQ(mils.Base2Str(-1), "-0") << "a value that rounds to zero keeps its sign";
+    EXPECT_EQ(mils.Base2Str(-0.0), "-0");
+    EXPECT_EQ(mils.Base2Str(2381.25), "0.12") << "0.125 exactly: the tie goes to even";
+    EXPECT_EQ(mils.Base2Str(7143.75), "0.38");
+    EXPECT_EQ(mils.Base2Str(-kInf), "-inf");
+    mils.SetZeroTrimMode(0);
+    EXPECT_EQ(mils.Base2Str(19050), "1.00");
+    EXPECT_EQ(mils.Base2Str(kMin), "-112728.80");
+    mils.SetUnitPrecision(-1);
+    EXPECT_EQ(mils.Base2Str(19050), "1.000000") << "a negative precision means 6";
+
+    SYS_Convert angles;
+    EXPECT_EQ(angles.Angle2Str(162000000), "90");
+    EXPECT_EQ(angles.Angle2Str(kMin), "-1193.046");
+    angles.SetZeroTrimMode(0);
+    EXPECT_EQ(angles.Angle2Str(162000000), "90.000");
+    EXPECT_EQ(angles.Angle2Str(-1), "-0.000");
+
+    // Against snprintf: coordinates in every unit, and every kind of double (Base2User only
+    // doubles a value in Basic ASCII units).
+    std::mt19937_64 rng(7);
+    for (int i = 0; i < 40000; ++i) {
+        uint64_t const bits = rng();
+        bool const any = i % 2 != 0;
+        SYS_Convert conv(any ? SYS_UnitBasicAscii : static_cast<SYS_UnitType>(i / 2 % 7));
+        conv.SetUnitPrecision(static_cast<int32_t>(rng() % 14) - 1);
+        conv.SetZeroTrimMode(i / 7 % 2);
+        double v = static_cast<int32_t>(bits);
+        if (any) std::memcpy(&v, &bits, sizeof v);
+        if (any && i % 3 == 0)
+            v = std::ldexp(static_cast<double>(bits >> 11), static_cast<int>(bits % 90) - 110);
+        ASSERT_EQ(conv.Base2Str(v), Printf(conv.Base2User(v), conv.GetUnitPrecision(), i / 7 % 2).c_str())
+            << std::hexfloat << v << " in unit " << conv.GetUnitType();
+    }
+}
+
+TEST(Convert, BufferFormsStayWithinTheirSize) {
+    SYS_Convert mils;
+    char buf[16];
+    struct Case {
+        unsigned size;
+        int trim;
+        char const* text;
+    } const cases[] = {{8, 0, "123.00"}, {7, 0, "123.00"}, {6, 0, "123.0"}, {6, 1, "123"},
+                       {4, 0, "123"},    {3, 1, "12"},     {1, 0, ""}};
+    for (auto const& c : cases) {
+        std::memset(buf, 'X', sizeof buf);
+        mils.SetZeroTrimMode(c.trim);
+        EXPECT_EQ(mils.Base2Str(buf, c.size, 19050 * 123), buf);
+        EXPECT_STREQ(buf, c.text) << "size " << c.size;
+        EXPECT_EQ(std::string(buf + c.size, sizeof buf - c.size), std::string(sizeof buf - c.size, 'X'));
+    }
+    std::memset(buf, 'X', sizeof buf);
+    EXPECT_EQ(mils.Base2Str(buf, 0, 1.0), buf);
+    EXPECT_EQ(buf[0], 'X') << "size 0 writes nothing";
+    EXPECT_EQ(mils.Angle2Str(nullptr, 0, 5), nullptr);
+    EXPECT_STREQ(mils.Angle2Str(buf, 5, 162000000), "90.0");
+
+    // The string forms hold 511 bytes; a double's expansion ends after 1074 decimals, then zeros.
+    for (int32_t precision : {600, 1100, 100000}) {
+        mils.SetUnitPrecision(precision);
+        std::string expected(100200, '\0');
+        expected.resize(std::snprintf(expected.data(), expected.size(), "%.*f", precision, kMin / 19050.0));
+        EXPECT_EQ(mils.Base2Str(kMin), expected.substr(0, 511).c_str()) << precision;
+        std::vector<char> big(2000);
+        mils.Base2Str(big.data(), static_cast<unsigned>(big.size()), kMin);
+        EXPECT_EQ(std::string(big.data()), expected.substr(0, 1999));
+    }
+    mils.SetZeroTrimMode(1);
+    EXPECT_EQ(mils.Base2Str(19050), "1");
+}
+
+TEST(Convert, CoordinatesAreTakenFromTheOriginAndAlignToTheGrid) {
+    SYS_Convert conv(SYS_UnitMils, SYS_Point(19050, -19050));
+    EXPECT_EQ(conv.CoordX2String(38100), "1");
+    EXPECT_EQ(conv.CoordY2String(0), "1");
+    EXPECT_EQ(conv.Measure2String(38100), "2") << "a measure ignores the origin";
+    EXPECT_EQ(conv.Point2String(SYS_Point(28575, 0)), "(0.5,1)");
+    SYS_StringBase const prefix("at ");
+    EXPECT_EQ(conv.Point2String(prefix, SYS_Point(28575, 0)), "at (0.5,1)");
+    EXPECT_EQ(conv.CoordX2String(prefix, 38100), "at 1");
+    EXPECT_EQ(conv.CoordY2String(prefix, 0), "at 1");
+    EXPECT_EQ(conv.Measure2String(prefix, -19050), "at -1");
+    conv.SetOrigin(SYS_Point(0, 0));
+    EXPECT_EQ(conv.Point2String(SYS_Point(19050, 0)), "(1,0)");
+    SYS_Convert raw(kFallback, SYS_Point(1, -1));
+    EXPECT_EQ(raw.Point2String(SYS_Point(kMin, kMax)), "(2147483647,-2147483648)") << "the difference wraps";
+
+    EXPECT_EQ(conv.GetMinRoutingGrid(), 1);
+    for (int32_t v : {0, -1, 12345, kMin, kMax}) {
+        EXPECT_EQ(conv.AlignToMinRoutingGrid(v), v);
+        EXPECT_EQ(conv.IsAlignedToMinRoutingGrid(SYS_Point(v, 7)), 1);
+    }
+}
+
+// Sets LC_NUMERIC to a locale with a decimal comma: an installed German or French locale, or a
+// German one built with localedef into `built`. False when neither is possible.
+bool SetCommaLocale(std::filesystem::path& built) {
+    for (char const* name : {"de_DE.UTF-8", "de_DE.utf8", "de_DE", "fr_FR.UTF-8", "fr_FR.utf8"})
+        if (std::setlocale(LC_NUMERIC, name) != nullptr) return true;
+    char dir[] = "/tmp/mortar_locale_XXXXXX";
+    if (mkdtemp(dir) == nullptr) return false;
+    built = dir;
+    std::string const command =
+        "localedef -i de_DE -f UTF-8 " + (built / "de_DE.UTF-8").string() + " 2>/dev/null";
+    if (std::system(command.c_str()) == -1) return false;
+    setenv("LOCPATH", dir, 1);
+    return std::setlocale(LC_NUMERIC, "de_DE.UTF-8") != nullptr;
+}
+
+TEST(Convert, TextUsesAPointWhateverTheLocale) {
+    std::filesystem::path built;
+    bool const comma = SetCommaLocale(built) && Printf(1.5, 1, false) == "1,5";
+    if (comma) {
+        SYS_Convert mils;
+        EXPECT_EQ(mils.Base2Str(28575), "1.5");
+        EXPECT_EQ(mils.Angle2Str(2700000), "1.5");
+        EXPECT_EQ(mils.Point2String(SYS_Point(28575, -28575)), "(1.5,-1.5)");
+        mils.SetUnitPrecision(12);
+        EXPECT_EQ(mils.Base2Str(1), "0.000052493438") << "the long way too";
+        int32_t base = 0;
+        EXPECT_EQ(mils.Str2Base("1.5", &base), 1);
+        EXPECT_EQ(base, 28575);
+        EXPECT_EQ(mils.Str2Base("1,5", &base), 0);
+        double d = 0;
+        EXPECT_EQ(SYS_Convert::Str2Double(" -2.25e1", &d), 1) << "the long way too";
+        EXPECT_EQ(d, -22.5);
+    }
+    std::setlocale(LC_NUMERIC, "C");
+    unsetenv("LOCPATH");
+    if (!built.empty()) std::filesystem::remove_all(built);
+    if (!comma)
+        GTEST_SKIP() << "no locale with a decimal comma is installed, and localedef could not build one";
+}
+
+} // namespace
