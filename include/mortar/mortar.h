@@ -21,6 +21,7 @@
 #include <mortar/sys/SYS_StdInterface.h>
 #include <mortar/sys/SYS_TestRec.h>
 #include <mortar/sys/SYS_Convert.h>
+#include <mortar/sys/SYS_StrPattern.h>
 
 #include <mortar/scc/SCC_Event.h>
 
