@@ -29,4 +29,8 @@
 
 #include <mortar/sfm/SFM_StringTable.h>
 
+#include <mortar/ui/UI_ScreenCoordConverter.h>
+#include <mortar/ui/UI_DrawArea.h>
+#include <mortar/ui/CDynamic.h>
+
 #endif

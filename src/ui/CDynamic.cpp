@@ -1,0 +1,567 @@
+// The recorder of rubber-band drawing: recording into the word stream, and its replay.
+#include <mortar/ui/CDynamic.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+
+namespace {
+
+// The record codes of the stream.
+// clang-format off
+enum Code : int32_t {
+    kPenColor, kPenSize, kXorBox, kXorOval, kFillRect, kXorText, kLine, kArc, kPenCap, kPolyPolyline,
+    kSwitchPen, kMoveTo, kLineTo, kPaintOval, kPolyLine, kFrameOval, kTextAlign, kTextExtra, kTextFace,
+    kTextPath, kTextSize, kString, kGRAMode, kOnScreen, kCodes
+};
+
+// The words of each record of fixed length, code included; 0 where a count decides.
+constexpr uint8_t kLength[kCodes] = {2, 2, 5, 5, 6, 0, 7, 11, 2, 0, 4, 3, 3, 5, 0, 5, 3, 2, 2, 2, 3, 0, 2, 2};
+// clang-format on
+
+// Writes the words of a fixed-size record into the space that Append made for it.
+template <size_t N>
+void Store(int32_t* at, int32_t const (&words)[N]) noexcept {
+    std::memcpy(at, words, sizeof words);
+}
+
+SYS_Box Normalized(SYS_Box box) noexcept {
+    box.Normalize();
+    return box;
+}
+
+// A count as a word of the stream. A text of 2^31 bytes or more has no count that fits; it is
+// refused like any other record that the stream cannot hold.
+int32_t CountWord(size_t n) {
+    if (n > static_cast<size_t>(std::numeric_limits<int32_t>::max()))
+        throw std::length_error("record too long for the stream");
+    return static_cast<int32_t>(n);
+}
+
+// Characters as words of their byte values, 0 to 255.
+void StoreText(int32_t* at, char const* text, size_t n) noexcept {
+    for (size_t i = 0; i < n; ++i)
+        at[i] = static_cast<unsigned char>(text[i]);
+}
+
+// Points as x, y words.
+void StorePoints(int32_t* at, SYS_Point const* points, size_t n) noexcept {
+    for (size_t i = 0; i < n; ++i) {
+        at[2 * i] = points[i].x;
+        at[2 * i + 1] = points[i].y;
+    }
+}
+
+SYS_Box BoxAt(int32_t const* w) noexcept {
+    return SYS_Box(w[0], w[1], w[2], w[3]);
+}
+SYS_Point PointAt(int32_t const* w) noexcept {
+    return SYS_Point(w[0], w[1]);
+}
+
+// n points read from the stream into a working array that keeps its capacity.
+SYS_Point* LoadPoints(std::vector<SYS_Point>& to, int32_t const* w, size_t n) {
+    to.resize(n);
+    to.reserve(1); // never a null array, even for no points
+    for (size_t i = 0; i < n; ++i)
+        to[i] = PointAt(w + 2 * i);
+    return to.data();
+}
+
+// n characters read from the stream, terminated, into a working array.
+char const* LoadText(std::vector<char>& to, int32_t const* w, size_t n) {
+    to.resize(n + 1);
+    for (size_t i = 0; i < n; ++i)
+        to[i] = static_cast<char>(static_cast<unsigned char>(w[i]));
+    to[n] = '\0';
+    return to.data();
+}
+
+// The size test of ovals and arcs: large when the box measures at least 2 pixels both ways on
+// the surface. Both conversions are asked, X first.
+bool IsLarge(UI_DrawArea& surface, SYS_Box const& box) {
+    uint32_t const w = mortar::UnsignedAbs(surface.Scale2ScreenX(box.GetDX()));
+    uint32_t const h = mortar::UnsignedAbs(surface.Scale2ScreenY(box.GetDY()));
+    return w >= 2 && h >= 2;
+}
+
+// The number of words of the record at w, of which `left` words are in the stream: 1 for a
+// word that is no code, 0 when the record runs past the end (or carries a negative length).
+size_t RecordLength(int32_t const* w, size_t left) {
+    auto fits = [left](uint64_t words) { return words <= left ? static_cast<size_t>(words) : size_t(0); };
+    int32_t const code = w[0];
+    if (code < 0 || code >= kCodes) return 1;
+    if (kLength[code]) return fits(kLength[code]);
+    switch (code) {
+    case kXorText: // x, y, a, b, n, then n characters
+        return left >= 6 && w[5] >= 0 ? fits(6 + static_cast<uint64_t>(w[5])) : 0;
+    case kString: // n, then n characters
+        return left >= 2 && w[1] >= 0 ? fits(2 + static_cast<uint64_t>(w[1])) : 0;
+    case kPolyLine: // a, b, n, then n points when n is 1 or more
+        return left >= 4 ? fits(4 + (w[3] >= 1 ? 2 * static_cast<uint64_t>(w[3]) : 0)) : 0;
+    default: { // kPolyPolyline: n, then n counts, then the points they add up to
+        if (left < 2) return 0;
+        if (w[1] < 1) return 2;
+        size_t const counted = fits(2 + static_cast<uint64_t>(w[1]));
+        if (counted == 0) return 0;
+        uint64_t total = 0;
+        for (int32_t i = 0; i < w[1]; ++i)
+            total += static_cast<uint32_t>(w[2 + i]);
+        return fits(counted + 2 * total);
+    }
+    }
+}
+
+// A word that is no record code. The text is composed where a debugger can see it and is
+// reported to nobody: the replay goes on with the next word.
+void WrongCode(int32_t code) noexcept {
+    char text[256];
+    std::snprintf(text, sizeof text, "Dynamic: wrong draw operation Code (%d)", static_cast<int>(code));
+}
+
+// Below this many degrees the reduction to one turn runs as a loop of whole turns (at most a
+// thousand steps); beyond it, fmod does the same exactly without a step per turn.
+constexpr double kLoopLimit = 360.0 * 1024;
+
+} // namespace
+
+CDynamic::CDynamic(UI_DrawArea* area)
+    : target(nullptr), batchDepth(0), bounds(), currentPoint(0, 0), flushing(false), currentPointSet(false),
+      replayDepth(0) {
+    Install(area);
+}
+
+CDynamic::CDynamic(CDynamic const& source)
+    : SCC_EventNode<UI_DrawArea::RedrawBlock>(source), UI_DrawArea(source), records(source.records),
+      target(source.target), batchDepth(source.batchDepth), bounds(source.bounds),
+      currentPoint(source.currentPoint), flushing(source.flushing), currentPointSet(source.currentPointSet),
+      replayDepth(0) {}
+
+CDynamic& CDynamic::operator=(CDynamic& source) {
+    if (&source != this) records = source.records; // first, so that a failed copy changes nothing
+    SCC_EventNode<UI_DrawArea::RedrawBlock>::operator=(source);
+    target = source.target;
+    batchDepth = source.batchDepth;
+    bounds = source.bounds;
+    currentPoint = source.currentPoint;
+    flushing = source.flushing;
+    currentPointSet = source.currentPointSet;
+    return *this;
+}
+
+CDynamic::~CDynamic() = default;
+
+void CDynamic::Install(UI_DrawArea* area) {
+    if (!area) return;
+    target = area;
+    area->InstallDynamic(this);
+}
+
+void CDynamic::Clear() {
+    if (!target) return;
+    target->RedrawDynamic(this, &bounds, 0);
+    Reset();
+}
+
+void CDynamic::Reset() noexcept {
+    records.clear();
+    bounds.SetEmpty();
+}
+
+// Makes room for one record at the end of the stream and returns it. The capacity grows
+// geometrically and before anything is written, so that a record goes in whole or, when the
+// stream cannot grow, not at all.
+int32_t* CDynamic::Append(size_t words) {
+    size_t const used = records.size();
+    if (records.capacity() - used < words) {
+        size_t const limit = records.max_size();
+        if (words > limit - used) throw std::length_error("record too long for the stream");
+        size_t const doubled = records.capacity() > limit / 2 ? limit : 2 * records.capacity();
+        records.reserve(std::max({used + words, doubled, size_t(256)}));
+    }
+    records.resize(used + words);
+    return records.data() + used;
+}
+
+void CDynamic::AddBox(SYS_Box const& box) noexcept {
+    if (bounds.left == bounds.right && bounds.lower == bounds.upper)
+        bounds = box;
+    else
+        bounds.Combine(box);
+}
+
+// Recording.
+
+void CDynamic::PenColor(int color) {
+    Store(Append(2), {kPenColor, color});
+}
+
+void CDynamic::PenSize(int32_t size) {
+    Store(Append(2), {kPenSize, size});
+}
+
+void CDynamic::PenCap(int cap) {
+    Store(Append(2), {kPenCap, cap});
+}
+
+void CDynamic::SwitchPen(int pen, int32_t size, int color) {
+    Store(Append(4), {kSwitchPen, pen, size, color});
+}
+
+void CDynamic::DrawXorBox(SYS_Point a, SYS_Point b) {
+    Store(Append(5), {kXorBox, a.x, a.y, b.x, b.y});
+    AddBox(SYS_Box(a, b));
+}
+
+void CDynamic::DrawXorBox(SYS_Box box) {
+    box.Normalize();
+    DrawXorBox(box.GetLowerLeft(), box.GetUpperRight());
+}
+
+void CDynamic::DrawXorOval(SYS_Box box) {
+    box.Normalize();
+    Store(Append(5), {kXorOval, box.left, box.lower, box.right, box.upper});
+    AddBox(box);
+}
+
+void CDynamic::FillRect(SYS_Box box, int color) {
+    box.Normalize();
+    Store(Append(6), {kFillRect, box.left, box.lower, box.right, box.upper, color});
+    AddBox(box);
+}
+
+SYS_Box CDynamic::DrawXorText(char const* text, int a, int b, int32_t x, int32_t y, int) {
+    if (!text) text = "";
+    size_t const n = std::strlen(text) + 1; // the terminating 0 goes in too
+    int32_t* w = Append(6 + static_cast<size_t>(CountWord(n)));
+    Store(w, {kXorText, x, y, a, b, static_cast<int32_t>(n)});
+    StoreText(w + 6, text, n);
+    if (!target) return SYS_Box();
+    SYS_Box const box = target->DrawXorText(text, a, b, x, y, 0);
+    AddBox(box);
+    return box;
+}
+
+SYS_Box CDynamic::DrawXorText(char const* text, int a, int b, SYS_Point p, int) {
+    return DrawXorText(text, a, b, p.x, p.y, 1);
+}
+
+void CDynamic::DrawLine(SYS_Point const& p1, SYS_Point const& p2, int32_t width, int color) {
+    Store(Append(7), {kLine, p1.x, p1.y, p2.x, p2.y, width, color});
+    AddBox(Normalized(SYS_Box(p1, p2)));
+}
+
+void CDynamic::DrawArc(SYS_Box box, SYS_Point const& start, SYS_Point const& end, int32_t width, int color) {
+    box.Normalize();
+    Store(Append(11),
+          {kArc, box.left, box.lower, box.right, box.upper, start.x, start.y, end.x, end.y, width, color});
+    AddBox(box);
+}
+
+void CDynamic::FastPolyPolyline(SYS_Point* points, uint32_t const* counts, int n) {
+    if (n >= 1 && !counts) n = 0;
+    uint64_t total = 0;
+    for (int i = 0; i < n; ++i)
+        total += counts[i];
+    if (total > 0 && !points) n = 0, total = 0;
+    size_t const lines = n >= 1 ? static_cast<size_t>(n) : 0;
+    // At most 2^31 counts of 2^32 points each: the sum and the word count stay far below 2^64.
+    uint64_t const words = 2 + lines + 2 * total;
+    if (words > static_cast<uint64_t>(records.max_size()))
+        throw std::length_error("record too long for the stream");
+    int32_t* w = Append(static_cast<size_t>(words));
+    Store(w, {kPolyPolyline, n});
+    for (size_t i = 0; i < lines; ++i)
+        w[2 + i] = static_cast<int32_t>(counts[i]);
+    if (total == 0) return;
+    StorePoints(w + 2 + lines, points, static_cast<size_t>(total));
+    SYS_Box box(points[0], points[0]);
+    for (size_t i = 1; i < total; ++i)
+        box.Increase(points[i].x, points[i].y);
+    AddBox(box);
+}
+
+void CDynamic::FastMoveTo(SYS_Point const& p) {
+    Store(Append(3), {kMoveTo, p.x, p.y});
+    currentPoint = p;
+    currentPointSet = true;
+}
+
+void CDynamic::FastLineTo(SYS_Point const& p) {
+    Store(Append(3), {kLineTo, p.x, p.y});
+    AddBox(Normalized(SYS_Box(currentPointSet ? currentPoint : p, p)));
+    currentPoint = p;
+    currentPointSet = true;
+}
+
+void CDynamic::FastPaintOval(SYS_Box box) {
+    Store(Append(5), {kPaintOval, box.left, box.lower, box.right, box.upper});
+    AddBox(box);
+}
+
+void CDynamic::FastFrameOval(SYS_Box const& box) {
+    Store(Append(5), {kFrameOval, box.left, box.lower, box.right, box.upper});
+    AddBox(box);
+}
+
+void CDynamic::FastPolyLine(int n, SYS_Point* points, int32_t a, int b) {
+    if (n >= 1 && !points) n = 0;
+    size_t const count = n >= 1 ? static_cast<size_t>(n) : 0;
+    int32_t* w = Append(4 + 2 * count);
+    Store(w, {kPolyLine, a, b, n});
+    StorePoints(w + 4, points, count);
+}
+
+void CDynamic::TextAlign(int horizontal, int vertical) {
+    Store(Append(3), {kTextAlign, horizontal, vertical});
+}
+
+void CDynamic::TextExtra(int extra) {
+    Store(Append(2), {kTextExtra, extra});
+}
+
+void CDynamic::TextFace(int face) {
+    Store(Append(2), {kTextFace, face});
+}
+
+void CDynamic::TextPath(double angle) {
+    double d = angle / 180000.0 / 10.0; // degrees
+    if (!std::isfinite(d))
+        d = 0.0;
+    else if (std::fabs(d) >= kLoopLimit)
+        d = std::fmod(d, 360.0);
+    while (d < 0.0)
+        d += 360.0;
+    while (d >= 360.0)
+        d -= 360.0;
+    Store(Append(2), {kTextPath, mortar::TruncToInt32(d * 10000.0)});
+}
+
+void CDynamic::TextSize(int width, int height) {
+    Store(Append(3), {kTextSize, width, height});
+}
+
+void CDynamic::DrawString(char const* text) {
+    if (!text) text = "";
+    size_t const n = std::strlen(text);
+    int32_t* w = Append(2 + static_cast<size_t>(CountWord(n)));
+    Store(w, {kString, static_cast<int32_t>(n)});
+    StoreText(w + 2, text, n);
+}
+
+void CDynamic::SetGRAMode(gra_mode_union mode) {
+    Store(Append(2), {kGRAMode, static_cast<int32_t>(mode.word)});
+}
+
+void CDynamic::DrawOnScreen(bool on) {
+    Store(Append(2), {kOnScreen, on ? 1 : 0});
+}
+
+// Other overrides.
+
+void CDynamic::PenMode(int) {}
+
+int CDynamic::GetPenMode() {
+    return 0;
+}
+
+void CDynamic::InvalidateRect(SYS_Box const*) {}
+
+void CDynamic::StartScreenDraw() {
+    if (target) target->StartScreenDraw();
+}
+
+void CDynamic::StartBatchDraw() {
+    Clear();
+    batchDepth = mortar::WrapAdd(batchDepth, 1);
+}
+
+void CDynamic::EndBatchDraw() {
+    if (batchDepth <= 0 || !target) return;
+    target->RedrawDynamic(this, &bounds, 1);
+    if (batchDepth > 0) --batchDepth; // the surface may have ended the batch meanwhile
+}
+
+int CDynamic::OnNotification(int code, UI_DrawArea::RedrawBlock*) {
+    switch (code) {
+    case 0:
+    case 1:
+        Redraw();
+        break;
+    case 2:
+        target = nullptr;
+        break;
+    case 3:
+        Clear();
+        break;
+    default:
+        break;
+    }
+    return 0;
+}
+
+// The replay.
+
+void CDynamic::Redraw() {
+    // flushing stays true until the outermost replay of this recorder ends, also by exception.
+    struct Flushing {
+        CDynamic& self;
+        explicit Flushing(CDynamic& d) : self(d) {
+            ++self.replayDepth;
+            self.flushing = true;
+        }
+        ~Flushing() { self.flushing = --self.replayDepth > 0; }
+    } const flushingNow(*this);
+    if (!target) return;
+    if (replayDepth == 1) {
+        ReplayOn(target, buffers);
+    } else {
+        // A replay inside a replay: the outer one still holds pointers into its arrays.
+        ReplayBuffers own;
+        ReplayOn(target, own);
+    }
+}
+
+// Walks the stream and makes its calls on surface. The walk goes by position and reads the
+// operands of a record before it makes the record's first call, since a call may change the
+// stream (record, Clear, assign) or the target; no pointer into the stream outlives a call.
+void CDynamic::ReplayOn(UI_DrawArea* surface, ReplayBuffers& work) {
+    int const mode = surface->GetPenMode();
+    size_t at = 0;
+    for (;;) {
+        if (target != surface) return; // dropped or changed by the surface: nothing more goes there
+        size_t const size = records.size();
+        if (at >= size) break;
+        int32_t const* w = records.data() + at;
+        size_t const length = RecordLength(w, size - at);
+        if (length == 0) break; // cut short by the end of the stream
+        at += length;
+
+        switch (w[0]) {
+        case kPenColor:
+            surface->PenColor(w[1]);
+            break;
+        case kPenSize:
+            surface->PenSize(w[1]);
+            break;
+        case kXorBox:
+            surface->DrawXorBox(BoxAt(w + 1));
+            break;
+        case kXorOval: {
+            SYS_Box const box = BoxAt(w + 1);
+            if (IsLarge(*surface, box)) {
+                surface->PenMode(2);
+                surface->FastFrameOval(box);
+            } else {
+                surface->DrawXorBox(box);
+            }
+            break;
+        }
+        case kFillRect: {
+            SYS_Box const box = BoxAt(w + 1);
+            int const color = w[5];
+            surface->PenMode(2);
+            surface->FillRect(box, color);
+            break;
+        }
+        case kXorText: {
+            SYS_Point const p = PointAt(w + 1);
+            int const a = w[3], b = w[4];
+            char const* text = LoadText(work.text, w + 6, static_cast<size_t>(w[5]));
+            surface->DrawXorText(text, a, b, p, 1);
+            break;
+        }
+        case kLine: {
+            SYS_Point const p1 = PointAt(w + 1), p2 = PointAt(w + 3);
+            int32_t const width = w[5];
+            int const color = w[6];
+            surface->PenMode(2);
+            surface->PenColor(color);
+            surface->PenSize(width);
+            surface->DrawLine(p1, p2, width, color);
+            break;
+        }
+        case kArc: {
+            SYS_Box const box = BoxAt(w + 1);
+            SYS_Point const start = PointAt(w + 5), end = PointAt(w + 7);
+            int32_t const width = w[9];
+            int const color = w[10];
+            surface->PenMode(2);
+            surface->PenColor(color);
+            surface->PenSize(width);
+            if (IsLarge(*surface, box))
+                surface->FastFrameArc(box, start, end);
+            else
+                surface->DrawLine(start, end, width, color);
+            break;
+        }
+        case kPenCap:
+            surface->PenCap(w[1]);
+            break;
+        case kPolyPolyline: {
+            int const n = w[1];
+            if (n < 0) break; // recorded, but there is nothing to draw
+            size_t const lines = static_cast<size_t>(n);
+            work.counts.assign(w + 2, w + 2 + lines);
+            work.counts.reserve(1);
+            SYS_Point* points = LoadPoints(work.points, w + 2 + lines, (length - 2 - lines) / 2);
+            surface->FastPolyPolyline(points, work.counts.data(), n);
+            break;
+        }
+        case kSwitchPen:
+            surface->SwitchPen(w[1], w[2], w[3]);
+            break;
+        case kMoveTo:
+            surface->FastMoveTo(PointAt(w + 1));
+            break;
+        case kLineTo:
+            surface->FastLineTo(PointAt(w + 1));
+            break;
+        case kPaintOval:
+            surface->FastPaintOval(BoxAt(w + 1));
+            break;
+        case kPolyLine: {
+            int32_t const a = w[1];
+            int const b = w[2], n = w[3];
+            if (n < 0) break; // recorded, but there is nothing to draw
+            SYS_Point* points = LoadPoints(work.points, w + 4, static_cast<size_t>(n));
+            surface->FastPolyLine(n, points, a, b);
+            break;
+        }
+        case kFrameOval:
+            surface->FastFrameOval(BoxAt(w + 1));
+            break;
+        case kTextAlign:
+            surface->TextAlign(w[1], w[2]);
+            break;
+        case kTextExtra:
+            surface->TextExtra(w[1]);
+            break;
+        case kTextFace:
+            surface->TextFace(w[1]);
+            break;
+        case kTextPath:
+            surface->TextPath(static_cast<uint32_t>(w[1]) / 10000.0, "");
+            break;
+        case kTextSize:
+            surface->TextSize(w[1], w[2], "");
+            break;
+        case kString:
+            surface->DrawString(LoadText(work.text, w + 2, static_cast<size_t>(w[1])));
+            break;
+        case kGRAMode:
+            surface->SetGRAMode(gra_mode_union{static_cast<uint32_t>(w[1])});
+            break;
+        case kOnScreen:
+            surface->DrawOnScreen(w[1] != 0);
+            break;
+        default:
+            WrongCode(w[0]);
+            break;
+        }
+    }
+    if (target == surface) surface->PenMode(mode);
+}
