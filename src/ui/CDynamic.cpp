@@ -22,10 +22,34 @@ enum Code : int32_t {
 constexpr uint8_t kLength[kCodes] = {2, 2, 5, 5, 6, 0, 7, 11, 2, 0, 4, 3, 3, 5, 0, 5, 3, 2, 2, 2, 3, 0, 2, 2};
 // clang-format on
 
-// Writes the words of a fixed-size record into the space that Append made for it.
+using Stream = std::vector<int32_t>;
+
+// Grows the capacity of the stream for `words` more words, geometrically and before anything
+// is written, so that a record goes in whole or, when the stream cannot grow, not at all.
+__attribute__((noinline)) void Grow(Stream& stream, size_t words) {
+    size_t const used = stream.size();
+    size_t const limit = stream.max_size();
+    if (words > limit - used) throw std::length_error("record too long for the stream");
+    size_t const doubled = stream.capacity() > limit / 2 ? limit : 2 * stream.capacity();
+    stream.reserve(std::max({used + words, doubled, size_t(256)}));
+}
+
+void Reserve(Stream& stream, size_t words) {
+    if (stream.capacity() - stream.size() < words) Grow(stream, words);
+}
+
+// Appends words that Reserve has made room for; push_back then never reallocates.
 template <size_t N>
-void Store(int32_t* at, int32_t const (&words)[N]) noexcept {
-    std::memcpy(at, words, sizeof words);
+void Push(Stream& stream, int32_t const (&words)[N]) {
+    for (int32_t w : words)
+        stream.push_back(w);
+}
+
+// Appends a record of fixed size.
+template <size_t N>
+void Put(Stream& stream, int32_t const (&words)[N]) {
+    Reserve(stream, N);
+    Push(stream, words);
 }
 
 SYS_Box Normalized(SYS_Box box) noexcept {
@@ -41,17 +65,17 @@ int32_t CountWord(size_t n) {
     return static_cast<int32_t>(n);
 }
 
-// Characters as words of their byte values, 0 to 255.
-void StoreText(int32_t* at, char const* text, size_t n) noexcept {
+// Characters as words of their byte values, 0 to 255, after Reserve.
+void PushText(Stream& stream, char const* text, size_t n) {
     for (size_t i = 0; i < n; ++i)
-        at[i] = static_cast<unsigned char>(text[i]);
+        stream.push_back(static_cast<unsigned char>(text[i]));
 }
 
-// Points as x, y words.
-void StorePoints(int32_t* at, SYS_Point const* points, size_t n) noexcept {
+// Points as x, y words, after Reserve.
+void PushPoints(Stream& stream, SYS_Point const* points, size_t n) {
     for (size_t i = 0; i < n; ++i) {
-        at[2 * i] = points[i].x;
-        at[2 * i + 1] = points[i].y;
+        stream.push_back(points[i].x);
+        stream.push_back(points[i].y);
     }
 }
 
@@ -171,21 +195,6 @@ void CDynamic::Reset() noexcept {
     bounds.SetEmpty();
 }
 
-// Makes room for one record at the end of the stream and returns it. The capacity grows
-// geometrically and before anything is written, so that a record goes in whole or, when the
-// stream cannot grow, not at all.
-int32_t* CDynamic::Append(size_t words) {
-    size_t const used = records.size();
-    if (records.capacity() - used < words) {
-        size_t const limit = records.max_size();
-        if (words > limit - used) throw std::length_error("record too long for the stream");
-        size_t const doubled = records.capacity() > limit / 2 ? limit : 2 * records.capacity();
-        records.reserve(std::max({used + words, doubled, size_t(256)}));
-    }
-    records.resize(used + words);
-    return records.data() + used;
-}
-
 void CDynamic::AddBox(SYS_Box const& box) noexcept {
     if (bounds.left == bounds.right && bounds.lower == bounds.upper)
         bounds = box;
@@ -196,23 +205,23 @@ void CDynamic::AddBox(SYS_Box const& box) noexcept {
 // Recording.
 
 void CDynamic::PenColor(int color) {
-    Store(Append(2), {kPenColor, color});
+    Put(records, {kPenColor, color});
 }
 
 void CDynamic::PenSize(int32_t size) {
-    Store(Append(2), {kPenSize, size});
+    Put(records, {kPenSize, size});
 }
 
 void CDynamic::PenCap(int cap) {
-    Store(Append(2), {kPenCap, cap});
+    Put(records, {kPenCap, cap});
 }
 
 void CDynamic::SwitchPen(int pen, int32_t size, int color) {
-    Store(Append(4), {kSwitchPen, pen, size, color});
+    Put(records, {kSwitchPen, pen, size, color});
 }
 
 void CDynamic::DrawXorBox(SYS_Point a, SYS_Point b) {
-    Store(Append(5), {kXorBox, a.x, a.y, b.x, b.y});
+    Put(records, {kXorBox, a.x, a.y, b.x, b.y});
     AddBox(SYS_Box(a, b));
 }
 
@@ -223,22 +232,22 @@ void CDynamic::DrawXorBox(SYS_Box box) {
 
 void CDynamic::DrawXorOval(SYS_Box box) {
     box.Normalize();
-    Store(Append(5), {kXorOval, box.left, box.lower, box.right, box.upper});
+    Put(records, {kXorOval, box.left, box.lower, box.right, box.upper});
     AddBox(box);
 }
 
 void CDynamic::FillRect(SYS_Box box, int color) {
     box.Normalize();
-    Store(Append(6), {kFillRect, box.left, box.lower, box.right, box.upper, color});
+    Put(records, {kFillRect, box.left, box.lower, box.right, box.upper, color});
     AddBox(box);
 }
 
 SYS_Box CDynamic::DrawXorText(char const* text, int a, int b, int32_t x, int32_t y, int) {
     if (!text) text = "";
     size_t const n = std::strlen(text) + 1; // the terminating 0 goes in too
-    int32_t* w = Append(6 + static_cast<size_t>(CountWord(n)));
-    Store(w, {kXorText, x, y, a, b, static_cast<int32_t>(n)});
-    StoreText(w + 6, text, n);
+    Reserve(records, 6 + static_cast<size_t>(CountWord(n)));
+    Push(records, {kXorText, x, y, a, b, static_cast<int32_t>(n)});
+    PushText(records, text, n);
     if (!target) return SYS_Box();
     SYS_Box const box = target->DrawXorText(text, a, b, x, y, 0);
     AddBox(box);
@@ -250,14 +259,14 @@ SYS_Box CDynamic::DrawXorText(char const* text, int a, int b, SYS_Point p, int) 
 }
 
 void CDynamic::DrawLine(SYS_Point const& p1, SYS_Point const& p2, int32_t width, int color) {
-    Store(Append(7), {kLine, p1.x, p1.y, p2.x, p2.y, width, color});
+    Put(records, {kLine, p1.x, p1.y, p2.x, p2.y, width, color});
     AddBox(Normalized(SYS_Box(p1, p2)));
 }
 
 void CDynamic::DrawArc(SYS_Box box, SYS_Point const& start, SYS_Point const& end, int32_t width, int color) {
     box.Normalize();
-    Store(Append(11),
-          {kArc, box.left, box.lower, box.right, box.upper, start.x, start.y, end.x, end.y, width, color});
+    Put(records,
+        {kArc, box.left, box.lower, box.right, box.upper, start.x, start.y, end.x, end.y, width, color});
     AddBox(box);
 }
 
@@ -272,12 +281,12 @@ void CDynamic::FastPolyPolyline(SYS_Point* points, uint32_t const* counts, int n
     uint64_t const words = 2 + lines + 2 * total;
     if (words > static_cast<uint64_t>(records.max_size()))
         throw std::length_error("record too long for the stream");
-    int32_t* w = Append(static_cast<size_t>(words));
-    Store(w, {kPolyPolyline, n});
+    Reserve(records, static_cast<size_t>(words));
+    Push(records, {kPolyPolyline, n});
     for (size_t i = 0; i < lines; ++i)
-        w[2 + i] = static_cast<int32_t>(counts[i]);
+        records.push_back(static_cast<int32_t>(counts[i]));
     if (total == 0) return;
-    StorePoints(w + 2 + lines, points, static_cast<size_t>(total));
+    PushPoints(records, points, static_cast<size_t>(total));
     SYS_Box box(points[0], points[0]);
     for (size_t i = 1; i < total; ++i)
         box.Increase(points[i].x, points[i].y);
@@ -285,46 +294,46 @@ void CDynamic::FastPolyPolyline(SYS_Point* points, uint32_t const* counts, int n
 }
 
 void CDynamic::FastMoveTo(SYS_Point const& p) {
-    Store(Append(3), {kMoveTo, p.x, p.y});
+    Put(records, {kMoveTo, p.x, p.y});
     currentPoint = p;
     currentPointSet = true;
 }
 
 void CDynamic::FastLineTo(SYS_Point const& p) {
-    Store(Append(3), {kLineTo, p.x, p.y});
+    Put(records, {kLineTo, p.x, p.y});
     AddBox(Normalized(SYS_Box(currentPointSet ? currentPoint : p, p)));
     currentPoint = p;
     currentPointSet = true;
 }
 
 void CDynamic::FastPaintOval(SYS_Box box) {
-    Store(Append(5), {kPaintOval, box.left, box.lower, box.right, box.upper});
+    Put(records, {kPaintOval, box.left, box.lower, box.right, box.upper});
     AddBox(box);
 }
 
 void CDynamic::FastFrameOval(SYS_Box const& box) {
-    Store(Append(5), {kFrameOval, box.left, box.lower, box.right, box.upper});
+    Put(records, {kFrameOval, box.left, box.lower, box.right, box.upper});
     AddBox(box);
 }
 
 void CDynamic::FastPolyLine(int n, SYS_Point* points, int32_t a, int b) {
     if (n >= 1 && !points) n = 0;
     size_t const count = n >= 1 ? static_cast<size_t>(n) : 0;
-    int32_t* w = Append(4 + 2 * count);
-    Store(w, {kPolyLine, a, b, n});
-    StorePoints(w + 4, points, count);
+    Reserve(records, 4 + 2 * count);
+    Push(records, {kPolyLine, a, b, n});
+    PushPoints(records, points, count);
 }
 
 void CDynamic::TextAlign(int horizontal, int vertical) {
-    Store(Append(3), {kTextAlign, horizontal, vertical});
+    Put(records, {kTextAlign, horizontal, vertical});
 }
 
 void CDynamic::TextExtra(int extra) {
-    Store(Append(2), {kTextExtra, extra});
+    Put(records, {kTextExtra, extra});
 }
 
 void CDynamic::TextFace(int face) {
-    Store(Append(2), {kTextFace, face});
+    Put(records, {kTextFace, face});
 }
 
 void CDynamic::TextPath(double angle) {
@@ -337,27 +346,27 @@ void CDynamic::TextPath(double angle) {
         d += 360.0;
     while (d >= 360.0)
         d -= 360.0;
-    Store(Append(2), {kTextPath, mortar::TruncToInt32(d * 10000.0)});
+    Put(records, {kTextPath, mortar::TruncToInt32(d * 10000.0)});
 }
 
 void CDynamic::TextSize(int width, int height) {
-    Store(Append(3), {kTextSize, width, height});
+    Put(records, {kTextSize, width, height});
 }
 
 void CDynamic::DrawString(char const* text) {
     if (!text) text = "";
     size_t const n = std::strlen(text);
-    int32_t* w = Append(2 + static_cast<size_t>(CountWord(n)));
-    Store(w, {kString, static_cast<int32_t>(n)});
-    StoreText(w + 2, text, n);
+    Reserve(records, 2 + static_cast<size_t>(CountWord(n)));
+    Push(records, {kString, static_cast<int32_t>(n)});
+    PushText(records, text, n);
 }
 
 void CDynamic::SetGRAMode(gra_mode_union mode) {
-    Store(Append(2), {kGRAMode, static_cast<int32_t>(mode.word)});
+    Put(records, {kGRAMode, static_cast<int32_t>(mode.word)});
 }
 
 void CDynamic::DrawOnScreen(bool on) {
-    Store(Append(2), {kOnScreen, on ? 1 : 0});
+    Put(records, {kOnScreen, on ? 1 : 0});
 }
 
 // Other overrides.

@@ -31,21 +31,31 @@
 /// a text as one word per character holding its byte value (0 to 255). Values are stored as
 /// they arrive. Codes and operands:
 ///
-///    0 PenColor       colour               12 FastLineTo       x, y
-///    1 PenSize        size                 13 FastPaintOval    box
-///    2 DrawXorBox     x1, y1, x2, y2       14 FastPolyLine     a, b, n, then n points
-///    3 DrawXorOval    box                  15 FastFrameOval    box
-///    4 FillRect       box, colour          16 TextAlign        the two arguments
-///    5 DrawXorText    x, y, a, b, n, then n characters, n counting the terminating 0,
-///                     which is recorded too
-///    6 DrawLine       x1, y1, x2, y2, width, colour
-///    7 DrawArc        box, start x, start y, end x, end y, width, colour
-///    8 PenCap         cap                  17 TextExtra        the argument
+///    0 PenColor          colour
+///    1 PenSize           size
+///    2 DrawXorBox        x1, y1, x2, y2
+///    3 DrawXorOval       box
+///    4 FillRect          box, colour
+///    5 DrawXorText       x, y, a, b, n, then n characters; n counts the terminating 0,
+///                        which is recorded too
+///    6 DrawLine          x1, y1, x2, y2, width, colour
+///    7 DrawArc           box, start x, start y, end x, end y, width, colour
+///    8 PenCap            cap
 ///    9 FastPolyPolyline  n, then n counts, then as many points as the counts add up to
-///   10 SwitchPen      the three arguments  18 TextFace         the argument
-///   11 FastMoveTo     x, y                 19 TextPath         the angle in 1/10000 degree
-///   20 TextSize       the two arguments    21 DrawString       n, then n characters (no 0)
-///   22 SetGRAMode     the word             23 DrawOnScreen     0 or 1
+///   10 SwitchPen         the three arguments in order
+///   11 FastMoveTo        x, y
+///   12 FastLineTo        x, y
+///   13 FastPaintOval     box
+///   14 FastPolyLine      a, b (its third and fourth arguments), n, then n points
+///   15 FastFrameOval     box
+///   16 TextAlign         the two arguments
+///   17 TextExtra         the argument
+///   18 TextFace          the argument
+///   19 TextPath          the angle in 1/10000 degree, 0 to 3,599,999
+///   20 TextSize          the two arguments
+///   21 DrawString        n, then n characters; no terminator
+///   22 SetGRAMode        the word of the union
+///   23 DrawOnScreen      0 or 1
 ///
 /// A polyline record with n below 1 ends after n; a poly-polyline whose counts add up to 0
 /// ends after the counts. Clear and Reset empty the stream but keep its capacity, so that a
@@ -70,8 +80,9 @@
 ///   - A negative n for FastPolyPolyline or FastPolyLine is recorded (the record ends after n)
 ///     and replays as nothing: the target is not called. An n of 0 replays as a call with 0.
 ///   - A null text records as the empty text. A null counts array, or a null points array
-///     where the counts call for points, records the polyline of no lines (n = 0).
-///   - A DrawXorText text of any length replays whole; there is no 1023-character limit.
+///     where the counts call for points, records a polyline record with n = 0.
+///   - A DrawXorText text of any length replays whole, through a working buffer that grows
+///     as needed.
 ///   - A word that is no code of the table (none is ever recorded) is a record of one word:
 ///     the replay skips it and goes on. A record cut short by the end of the stream ends the
 ///     replay; the replay never reads past the stream.
@@ -86,7 +97,8 @@
 /// target may call back into the recorder: record (the walk reaches the new records too),
 /// Clear or Reset (the walk ends where the stream now ends), replay again (the inner replay
 /// runs in full first), or drop or change the target (the walk ends before the next record,
-/// and the pen mode is restored only on a surface that is still the target).
+/// and the pen mode is restored only on a surface that is still the target). It must not
+/// destroy the recorder.
 ///
 /// Copies. The copy constructor copies the stream and every field and starts out of any
 /// chain; operator= copies them and joins the chain of its source, directly ahead of it (as
@@ -267,7 +279,6 @@ private:
         std::vector<char> text;
     };
 
-    int32_t* Append(size_t words);
     void AddBox(SYS_Box const& box) noexcept;
     void ReplayOn(UI_DrawArea* surface, ReplayBuffers& buffers);
 
