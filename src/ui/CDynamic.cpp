@@ -18,8 +18,8 @@ enum Code : int32_t {
     kTextPath, kTextSize, kString, kGRAMode, kOnScreen, kCodes
 };
 
-// The words of each record of fixed length, code included; 0 where a count decides.
-constexpr uint8_t kLength[kCodes] = {2, 2, 5, 5, 6, 0, 7, 11, 2, 0, 4, 3, 3, 5, 0, 5, 3, 2, 2, 2, 3, 0, 2, 2};
+// The words of each record up to its count, or of the whole record where it has no count.
+constexpr uint8_t kHead[kCodes] = {2, 2, 5, 5, 6, 6, 7, 11, 2, 2, 4, 3, 3, 5, 4, 5, 3, 2, 2, 2, 3, 2, 2, 2};
 // clang-format on
 
 using Stream = std::vector<int32_t>;
@@ -110,33 +110,6 @@ bool IsLarge(UI_DrawArea& surface, SYS_Box const& box) {
     uint32_t const w = mortar::UnsignedAbs(surface.Scale2ScreenX(box.GetDX()));
     uint32_t const h = mortar::UnsignedAbs(surface.Scale2ScreenY(box.GetDY()));
     return w >= 2 && h >= 2;
-}
-
-// The number of words of the record at w, of which `left` words are in the stream: 1 for a
-// word that is no code, 0 when the record runs past the end (or carries a negative length).
-size_t RecordLength(int32_t const* w, size_t left) {
-    auto fits = [left](uint64_t words) { return words <= left ? static_cast<size_t>(words) : size_t(0); };
-    int32_t const code = w[0];
-    if (code < 0 || code >= kCodes) return 1;
-    if (kLength[code]) return fits(kLength[code]);
-    switch (code) {
-    case kXorText: // x, y, a, b, n, then n characters
-        return left >= 6 && w[5] >= 0 ? fits(6 + static_cast<uint64_t>(w[5])) : 0;
-    case kString: // n, then n characters
-        return left >= 2 && w[1] >= 0 ? fits(2 + static_cast<uint64_t>(w[1])) : 0;
-    case kPolyLine: // a, b, n, then n points when n is 1 or more
-        return left >= 4 ? fits(4 + (w[3] >= 1 ? 2 * static_cast<uint64_t>(w[3]) : 0)) : 0;
-    default: { // kPolyPolyline: n, then n counts, then the points they add up to
-        if (left < 2) return 0;
-        if (w[1] < 1) return 2;
-        size_t const counted = fits(2 + static_cast<uint64_t>(w[1]));
-        if (counted == 0) return 0;
-        uint64_t total = 0;
-        for (int32_t i = 0; i < w[1]; ++i)
-            total += static_cast<uint32_t>(w[2 + i]);
-        return fits(counted + 2 * total);
-    }
-    }
 }
 
 // A word that is no record code. The text is composed where a debugger can see it and is
@@ -445,11 +418,24 @@ void CDynamic::ReplayOn(UI_DrawArea* surface, ReplayBuffers& work) {
         size_t const size = records.size();
         if (at >= size) break;
         int32_t const* w = records.data() + at;
-        size_t const length = RecordLength(w, size - at);
-        if (length == 0) break; // cut short by the end of the stream
-        at += length;
+        int32_t const code = w[0];
+        if (code < 0 || code >= kCodes) {
+            WrongCode(code);
+            ++at;
+            continue;
+        }
+        // The words after the head, where a count gives them; `tail` tells whether they are
+        // all in the stream. A record cut short by the end of the stream ends the walk.
+        if (kHead[code] > size - at) break;
+        at += kHead[code];
+        size_t const left = size - at;
+        auto tail = [&](uint64_t words) {
+            if (words > left) return false;
+            at += static_cast<size_t>(words);
+            return true;
+        };
 
-        switch (w[0]) {
+        switch (code) {
         case kPenColor:
             surface->PenColor(w[1]);
             break;
@@ -477,6 +463,7 @@ void CDynamic::ReplayOn(UI_DrawArea* surface, ReplayBuffers& work) {
             break;
         }
         case kXorText: {
+            if (w[5] < 0 || !tail(static_cast<uint64_t>(w[5]))) return Restore(surface, mode);
             SYS_Point const p = PointAt(w + 1);
             int const a = w[3], b = w[4];
             char const* text = LoadText(work.text, w + 6, static_cast<size_t>(w[5]));
@@ -514,9 +501,14 @@ void CDynamic::ReplayOn(UI_DrawArea* surface, ReplayBuffers& work) {
             int const n = w[1];
             if (n < 0) break; // recorded, but there is nothing to draw
             size_t const lines = static_cast<size_t>(n);
+            if (!tail(lines)) return Restore(surface, mode);
+            uint64_t total = 0;
+            for (size_t i = 0; i < lines; ++i)
+                total += static_cast<uint32_t>(w[2 + i]);
+            if (!tail(2 * total)) return Restore(surface, mode);
             work.counts.assign(w + 2, w + 2 + lines);
             work.counts.reserve(1);
-            SYS_Point* points = LoadPoints(work.points, w + 2 + lines, (length - 2 - lines) / 2);
+            SYS_Point* points = LoadPoints(work.points, w + 2 + lines, static_cast<size_t>(total));
             surface->FastPolyPolyline(points, work.counts.data(), n);
             break;
         }
@@ -536,6 +528,7 @@ void CDynamic::ReplayOn(UI_DrawArea* surface, ReplayBuffers& work) {
             int32_t const a = w[1];
             int const b = w[2], n = w[3];
             if (n < 0) break; // recorded, but there is nothing to draw
+            if (!tail(2 * static_cast<uint64_t>(n))) return Restore(surface, mode);
             SYS_Point* points = LoadPoints(work.points, w + 4, static_cast<size_t>(n));
             surface->FastPolyLine(n, points, a, b);
             break;
@@ -559,6 +552,7 @@ void CDynamic::ReplayOn(UI_DrawArea* surface, ReplayBuffers& work) {
             surface->TextSize(w[1], w[2], "");
             break;
         case kString:
+            if (w[1] < 0 || !tail(static_cast<uint64_t>(w[1]))) return Restore(surface, mode);
             surface->DrawString(LoadText(work.text, w + 2, static_cast<size_t>(w[1])));
             break;
         case kGRAMode:
@@ -568,9 +562,13 @@ void CDynamic::ReplayOn(UI_DrawArea* surface, ReplayBuffers& work) {
             surface->DrawOnScreen(w[1] != 0);
             break;
         default:
-            WrongCode(w[0]);
             break;
         }
     }
+    Restore(surface, mode);
+}
+
+// The end of a replay: the pen mode goes back, on a surface that is still the target.
+void CDynamic::Restore(UI_DrawArea* surface, int mode) {
     if (target == surface) surface->PenMode(mode);
 }

@@ -281,6 +281,7 @@ private:
 
     void AddBox(SYS_Box const& box) noexcept;
     void ReplayOn(UI_DrawArea* surface, ReplayBuffers& buffers);
+    void Restore(UI_DrawArea* surface, int mode);
 
     bool currentPointSet; // false until the first FastMoveTo or FastLineTo
     int replayDepth;      // replays of this recorder in progress; not copied
