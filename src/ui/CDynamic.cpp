@@ -86,22 +86,30 @@ SYS_Point PointAt(int32_t const* w) noexcept {
     return SYS_Point(w[0], w[1]);
 }
 
-// n points read from the stream into a working array that keeps its capacity.
+// The working arrays of a replay only ever grow: their size is the largest that a replay has
+// needed so far, and each use fills the front. So a replay that needs no more than an earlier
+// one touches no allocator, and the arrays are never null.
+template <class T>
+T* Room(std::vector<T>& array, size_t n) {
+    if (array.size() < n || array.empty()) array.resize(n ? n : 1);
+    return array.data();
+}
+
+// n points read from the stream into a working array.
 SYS_Point* LoadPoints(std::vector<SYS_Point>& to, int32_t const* w, size_t n) {
-    to.resize(n);
-    to.reserve(1); // never a null array, even for no points
+    SYS_Point* points = Room(to, n);
     for (size_t i = 0; i < n; ++i)
-        to[i] = PointAt(w + 2 * i);
-    return to.data();
+        points[i] = PointAt(w + 2 * i);
+    return points;
 }
 
 // n characters read from the stream, terminated, into a working array.
 char const* LoadText(std::vector<char>& to, int32_t const* w, size_t n) {
-    to.resize(n + 1);
+    char* text = Room(to, n + 1);
     for (size_t i = 0; i < n; ++i)
-        to[i] = static_cast<char>(static_cast<unsigned char>(w[i]));
-    to[n] = '\0';
-    return to.data();
+        text[i] = static_cast<char>(static_cast<unsigned char>(w[i]));
+    text[n] = '\0';
+    return text;
 }
 
 // The size test of ovals and arcs: large when the box measures at least 2 pixels both ways on
@@ -506,10 +514,10 @@ void CDynamic::ReplayOn(UI_DrawArea* surface, ReplayBuffers& work) {
             for (size_t i = 0; i < lines; ++i)
                 total += static_cast<uint32_t>(w[2 + i]);
             if (!tail(2 * total)) return Restore(surface, mode);
-            work.counts.assign(w + 2, w + 2 + lines);
-            work.counts.reserve(1);
+            int* counts = Room(work.counts, lines);
+            std::copy(w + 2, w + 2 + lines, counts);
             SYS_Point* points = LoadPoints(work.points, w + 2 + lines, static_cast<size_t>(total));
-            surface->FastPolyPolyline(points, work.counts.data(), n);
+            surface->FastPolyPolyline(points, counts, n);
             break;
         }
         case kSwitchPen:
