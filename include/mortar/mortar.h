@@ -24,6 +24,8 @@
 #include <mortar/sys/SYS_StrPattern.h>
 
 #include <mortar/scc/SCC_Event.h>
+#include <mortar/scc/SCC_SharedBuffer.h>
+#include <mortar/scc/SCC_Hash.h>
 
 #include <mortar/ssm/ssmimpl.h>
 
