@@ -26,6 +26,9 @@
 #include <mortar/scc/SCC_Event.h>
 #include <mortar/scc/SCC_SharedBuffer.h>
 #include <mortar/scc/SCC_Hash.h>
+#include <mortar/scc/SCC_List.h>
+#include <mortar/scc/scc.h>
+#include <mortar/scc/scc_arr.h>
 
 #include <mortar/ssm/ssmimpl.h>
 
