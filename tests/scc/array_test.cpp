@@ -120,6 +120,14 @@ private:
 
 using Iter = SCC_Array<int>::Iterator;
 
+// The ten numbers of a record, in their order: pos, count, the forward block (from, to, count),
+// the backward block (from, to, count), the deletion (from, count).
+using Fields = std::vector<int>;
+Fields FieldsOf(SCC_ArrayParam const& p) {
+    return {p.nPos,      p.nCount,    p.nFwdFrom,   p.nFwdTo,   p.nFwdCount,
+            p.nBackFrom, p.nBackTo,   p.nBackCount, p.nDelFrom, p.nDelCount};
+}
+
 TEST(Array, DefaultStateAndExtensionByWriting) {
     FailureLog failures;
     SCC_Array<int> a;
@@ -296,17 +304,9 @@ void CheckInsert(InsertCase const& c, bool shared, bool probe) {
     EXPECT_EQ(BoundsOf(a), c.after);
     ASSERT_EQ(rec.Codes(), std::vector<int>{1});
     SCC_ArrayParam const& p = rec.entries[0].param;
-    EXPECT_EQ(p.nPos, c.pos);
-    EXPECT_EQ(p.nCount, c.count);
     EXPECT_EQ(p.pArray, static_cast<_SCC_Array*>(&a));
-    EXPECT_EQ(p.nFwdFrom, c.fwdFrom);
-    EXPECT_EQ(p.nFwdTo, c.fwdTo);
-    EXPECT_EQ(p.nFwdCount, c.fwdCount);
-    EXPECT_EQ(p.nBackFrom, c.backFrom);
-    EXPECT_EQ(p.nBackTo, c.backTo);
-    EXPECT_EQ(p.nBackCount, c.backCount);
-    EXPECT_EQ(p.nDelFrom, 0);
-    EXPECT_EQ(p.nDelCount, 0);
+    EXPECT_EQ(FieldsOf(p), (Fields{c.pos, c.count, c.fwdFrom, c.fwdTo, c.fwdCount, c.backFrom, c.backTo,
+                                   c.backCount, 0, 0}));
     EXPECT_EQ(rec.entries[0].count, c.after.upper - c.after.lower); // told after the change
 
     // Every iterator stands on its element; the one at the old upper bound moved with the
@@ -333,9 +333,7 @@ TEST(Array, InsertFollowsEveryRowOfItsTable) {
     EXPECT_EQ(BoundsOf(empty), (Bounds{-4, -2}));
     ASSERT_EQ(rec.entries.size(), 1u);
     SCC_ArrayParam const& p = rec.entries[0].param;
-    EXPECT_EQ(p.nPos, -4);
-    EXPECT_EQ(p.nCount, 2);
-    EXPECT_EQ(p.nFwdCount + p.nBackCount + p.nFwdFrom + p.nBackFrom + p.nFwdTo + p.nBackTo, 0);
+    EXPECT_EQ(FieldsOf(p), (Fields{-4, 2, 0, 0, 0, 0, 0, 0, 0, 0}));
     empty.Clear();
     rec.entries.clear();
     empty.Insert(3, 0); // no buffer needed, none made; the hooks still hear of it
@@ -370,16 +368,7 @@ TEST(Array, DeleteAndClear) {
     Recorder::Entry const& e = rec.entries[0];
     EXPECT_EQ(e.code, 2);
     EXPECT_EQ(e.content, (std::vector<int>{0, 1, 2, 3, 4})); // told before the change
-    EXPECT_EQ(e.param.nPos, 1);
-    EXPECT_EQ(e.param.nCount, 2);
-    EXPECT_EQ(e.param.nFwdFrom, 3);
-    EXPECT_EQ(e.param.nFwdTo, 1);
-    EXPECT_EQ(e.param.nFwdCount, 2);
-    EXPECT_EQ(e.param.nBackFrom, 0);
-    EXPECT_EQ(e.param.nBackTo, 0);
-    EXPECT_EQ(e.param.nBackCount, 1);
-    EXPECT_EQ(e.param.nDelFrom, 1);
-    EXPECT_EQ(e.param.nDelCount, 2);
+    EXPECT_EQ(FieldsOf(e.param), (Fields{1, 2, 3, 1, 2, 0, 0, 1, 1, 2}));
 
     // Ranges out of bounds do nothing and say nothing.
     rec.entries.clear();
@@ -405,15 +394,7 @@ TEST(Array, DeleteAndClear) {
     EXPECT_EQ(Content(n), (std::vector<int>{0, 3, 4}));
     int const nexpected[6] = {2, kNowhere, kNowhere, 3, 4, 5};
     for (int i = 0; i < 6; ++i) EXPECT_EQ(nat[i].GetIndex(), nexpected[i]) << i;
-    SCC_ArrayParam const& np = nrec.entries.at(0).param;
-    EXPECT_EQ(np.nDelFrom, 1);
-    EXPECT_EQ(np.nDelCount, 2);
-    EXPECT_EQ(np.nBackFrom, 0);
-    EXPECT_EQ(np.nBackTo, 2);
-    EXPECT_EQ(np.nBackCount, 1);
-    EXPECT_EQ(np.nFwdFrom, 3);
-    EXPECT_EQ(np.nFwdTo, 3);
-    EXPECT_EQ(np.nFwdCount, 2);
+    EXPECT_EQ(FieldsOf(nrec.entries.at(0).param), (Fields{3, -2, 3, 3, 2, 0, 2, 1, 1, 2}));
     n.Delete(5, -1); // pos must lie below the upper bound, as for a positive count
     EXPECT_EQ(Content(n), (std::vector<int>{0, 3, 4}));
 
@@ -449,10 +430,7 @@ TEST(Array, DeleteAndClear) {
     ASSERT_EQ(crec.entries.size(), 1u);
     EXPECT_EQ(crec.entries[0].code, 2);
     EXPECT_EQ(crec.entries[0].count, 0);
-    EXPECT_EQ(crec.entries[0].param.nPos, -2);
-    EXPECT_EQ(crec.entries[0].param.nCount, 4);
-    EXPECT_EQ(crec.entries[0].param.nDelFrom, -2);
-    EXPECT_EQ(crec.entries[0].param.nDelCount, 4);
+    EXPECT_EQ(FieldsOf(crec.entries[0].param), (Fields{-2, 4, 0, 0, 0, 0, 0, 0, -2, 4}));
     EXPECT_EQ(c0.GetIndex(), 0);
     EXPECT_EQ(c1.GetIndex(), kNowhere);
     EXPECT_EQ(cm2.GetIndex(), kNowhere);
@@ -476,7 +454,7 @@ TEST(Array, CopyOnWriteAndNotificationsOfNewBuffers) {
     EXPECT_TRUE(ra.entries.empty()); // a's hooks are told nothing
     ASSERT_EQ(rb.Codes(), std::vector<int>{3});
     EXPECT_EQ(rb.entries[0].param.pArray, static_cast<_SCC_Array*>(&b));
-    EXPECT_EQ(rb.entries[0].param.nFwdCount + rb.entries[0].param.nBackCount + rb.entries[0].param.nPos, 0);
+    EXPECT_EQ(FieldsOf(rb.entries[0].param), Fields(10, 0));
     EXPECT_EQ(BufferOf(a)->GetRefCount(), 1);
 
     // A read through const access or FastGetAt does not unshare.
@@ -612,6 +590,13 @@ TEST(Array, IteratorOperations) {
     assigned = it;
     a.Delete(3, 1);
     EXPECT_EQ(assigned.GetIndex(), 4);
+
+    {
+        FailureLog failures;
+        Iter lone;
+        *lone = 5; // no array: a check, and a scratch element
+        EXPECT_EQ(failures.Take(), std::vector<std::string>{kNoMessage});
+    }
 
     it.Reset();
     EXPECT_EQ(it.GetIndex(), kNowhere);

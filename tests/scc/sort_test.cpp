@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <random>
 #include <string>
 #include <utility>
@@ -103,6 +104,45 @@ std::vector<Item> Pattern(std::string const& name, int n, std::mt19937& rng) {
         v[static_cast<size_t>(i)] = Item{key, i};
     }
     return v;
+}
+
+// The search for the range of items equal to `item`, written out as it is specified, with the
+// middle rounded down: c(i) is the comparison of element i with the item.
+template <class C>
+std::pair<int, int> ReferenceRange(int lower, int upper, C c) {
+    if (upper <= lower) return {0, 0};
+    int first = lower;
+    int last = upper - 1;
+    int c1 = c(first);
+    int c2 = c(last);
+    auto same = [](int a, int b) { return static_cast<long long>(a) * b > 0; };
+    if (c1 >= 0) {
+        last = first;
+    } else if (c2 < 0) {
+        last = last + 1;
+        first = last;
+    } else if (c2 == 0) {
+        first = last;
+        last = last + 1;
+    } else {
+        while (last - first > 0) {
+            int mid = static_cast<int>(std::floor((static_cast<double>(first) + last) / 2));
+            int const cm = c(mid);
+            if (!same(cm, c1)) {
+                c2 = cm;
+                if (last == mid && cm != 0) mid = mid - 1;
+                last = mid;
+            }
+            if (!same(cm, c2)) {
+                c1 = cm;
+                if (first == mid && cm != 0) mid = mid + 1;
+                first = mid;
+            }
+        }
+    }
+    while (first > lower && c(first - 1) == 0) --first;
+    while (last < upper && c(last) == 0) ++last;
+    return {first, last};
 }
 
 char const* const kPatterns[] = {"random", "sorted", "reversed", "all equal", "organ pipe", "few distinct"};
@@ -392,11 +432,35 @@ TEST(Sort, FindItemPosition) {
         }
     }
 
-    // An unsorted array doesn't fail: the answer is whatever the bisection finds, in the bounds.
-    SCC_SortableArray<int> unsorted;
-    Load(unsorted, 0, {5, 1, 9, 3, 3, 0, 8});
-    unsorted.FindItemPosition(3, first, last);
-    EXPECT_TRUE(first >= 0 && first <= last && last <= 7);
+    // An unsorted array doesn't fail: the answer is whatever the bisection finds. Integers under
+    // the default comparison take a search of their own, which must find the same as the
+    // bisection through the virtual slots, with any content, bounds and direction.
+    for (int n = 1; n <= 70; ++n) {
+        for (int lower : {0, -9, 4, -1000000}) {
+            std::vector<int> values;
+            for (int i = 0; i < n; ++i) values.push_back(static_cast<int>(rng() % 12));
+            SCC_SortableArray<int> quick;
+            Load(quick, lower, values);
+            Recording<int> slow;
+            Load(slow, lower, values);
+            for (int order : {1, -1, 0}) {
+                quick.Sort(lower, 0, order); // stores the direction, sorts nothing
+                slow.Sort(lower, 0, order);
+                for (int probe = -1; probe <= 12; ++probe) {
+                    int32_t f1 = 0, l1 = 0, f2 = 0, l2 = 0;
+                    quick.FindItemPosition(probe, f1, l1);
+                    slow.FindItemPosition(probe, f2, l2);
+                    ASSERT_EQ(std::make_pair(f1, l1), std::make_pair(f2, l2)) << n << " " << lower << " " << order;
+                    auto const expected = ReferenceRange(lower, lower + n, [&](int i) {
+                        int const v = values[static_cast<size_t>(i - lower)];
+                        return ((v > probe) - (v < probe)) * order;
+                    });
+                    ASSERT_EQ(std::make_pair(f1, l1), expected) << n << " " << lower << " " << order;
+                    ASSERT_TRUE(f1 >= lower && f1 <= l1 && l1 <= lower + n);
+                }
+            }
+        }
+    }
 }
 
 TEST(Sort, InsertSortedFindAndValidPlaces) {

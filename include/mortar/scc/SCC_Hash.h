@@ -50,7 +50,7 @@ public:
 /// Integers of any width and signedness, by value: 0 if equal, 1 if a > b, else -1.
 template <class I, typename std::enable_if<std::is_integral<I>::value, int>::type = 0>
 inline int SCC_Compare(I const& a, I const& b) {
-    return a == b ? 0 : (a > b ? 1 : -1);
+    return static_cast<int>(a > b) - static_cast<int>(a < b);
 }
 
 /// 0 if equal, 1 if a > b, else -1 (so a NaN on either side gives -1).

@@ -308,22 +308,28 @@ void QuickSort(int32_t first, int32_t last, Ops& ops) {
     }
 }
 
-/// 1 when `a` and `b` have the same sign, that is when their product would be positive.
-inline bool SameSign(int a, int b) { return (a > 0 && b > 0) || (a < 0 && b < 0); }
-
 /// The half-open range [first, last) of the indices in [lower, upper) whose comparison `c(i)`
 /// with the item is 0, by bisection over a sorted range; when there are none, first equals last
 /// and is where the item belongs. Only the signs of the comparisons count.
-template <class C>
-void FindEqualRange(int32_t lower, int32_t upper, C&& c, int32_t& first, int32_t& last) {
+///
+/// With `Quiet` the comparisons must have no effects and can't be observed (the default
+/// comparison of integers): the result is the same for every content, sorted or not, since the
+/// bisection probes the same middles in the same order, but its loop runs a number of rounds
+/// fixed by the size of the range, rounds after the two ends have met changing nothing (and
+/// probing within the bounds), and it chooses without branches, so that the processor can run
+/// successive searches side by side. `prefetch(i)` is then told of both middles that the next
+/// round may probe, so that a large array is read ahead while a comparison is pending.
+template <bool Quiet, class C, class P>
+void SearchEqualRange(int32_t lower, int32_t upper, C&& c, P&& prefetch, int32_t& outFirst, int32_t& outLast) {
     if (upper <= lower) {
-        first = last = 0;
+        outFirst = outLast = 0;
         return;
     }
-    first = lower;
-    last = upper - 1;
-    int c1 = c(first);
-    int c2 = c(last);
+    // Locals, not the out-parameters: those may alias the elements that c reads.
+    int32_t first = lower;
+    int32_t last = upper - 1;
+    int const c1 = c(first);
+    int const c2 = c(last);
     if (c1 >= 0) {
         last = first;
     } else if (c2 < 0) {
@@ -333,27 +339,77 @@ void FindEqualRange(int32_t lower, int32_t upper, C&& c, int32_t& first, int32_t
         first = last;
         last = last + 1;
     } else {
-        while (last - first > 0) {
-            // The middle rounded down. For indices from 0 that is the truncating division of
-            // the sum; below 0 truncation would round up, and could leave the search one short of
-            // the place where an item belongs.
+        // Bisection between c1 < 0 at first and c2 > 0 at last. A comparison below 0 moves
+        // first to the middle (past it when first is the middle already), one above 0 moves last
+        // to it, and 0 makes the middle both ends. Since c1 stays negative and c2 positive
+        // throughout, these are the only cases: a comparison has the sign of c1 exactly when it
+        // is negative, that of c2 exactly when it is positive.
+        //
+        // The middle is rounded down. For indices from 0 that is the truncating division of the
+        // sum; below 0 truncation would round up, and could leave the search one short of the
+        // place where an item belongs.
+        auto middle = [&]() {
             int64_t const sum = static_cast<int64_t>(first) + last;
-            int32_t mid = static_cast<int32_t>(sum >= 0 ? sum / 2 : -((1 - sum) / 2));
-            int const cm = c(mid);
-            if (!SameSign(cm, c1)) {
-                c2 = cm;
-                if (last == mid && cm != 0) mid = mid - 1;
-                last = mid;
+            return static_cast<int32_t>((sum - (sum < 0 ? 1 : 0)) / 2);
+        };
+        if constexpr (!Quiet) {
+            (void)prefetch;
+            while (first < last) {
+                int32_t const mid = middle();
+                int const cm = c(mid);
+                if (cm == 0) {
+                    first = last = mid;
+                } else if (cm < 0) {
+                    first = mid == first ? mid + 1 : mid;
+                } else {
+                    last = mid;
+                }
             }
-            if (!SameSign(cm, c2)) {
-                c1 = cm;
-                if (first == mid && cm != 0) mid = mid + 1;
-                first = mid;
+        } else {
+            // Each round at least halves last - first (rounding up); a distance of 1 ends in one.
+            int rounds = 1;
+            for (uint32_t d = static_cast<uint32_t>(last) - static_cast<uint32_t>(first); d; d >>= 1) ++rounds;
+            for (int k = 0; k < rounds; ++k) {
+                int32_t const mid = first >= 0 ? static_cast<int32_t>(
+                                                     (static_cast<uint32_t>(first) + static_cast<uint32_t>(last)) >> 1)
+                                               : middle();
+                prefetch(first + ((mid - first) >> 1));
+                prefetch(mid + ((last - mid) >> 1));
+                int const cm = c(mid);
+                // The choices as masks rather than conditions, so that no branch depends on data.
+                uint32_t const active = 0u - static_cast<uint32_t>(first < last);
+                uint32_t const below = 0u - static_cast<uint32_t>(cm < 0);
+                uint32_t const above = 0u - static_cast<uint32_t>(cm > 0);
+                uint32_t const f = static_cast<uint32_t>(first);
+                uint32_t const l = static_cast<uint32_t>(last);
+                uint32_t const m = static_cast<uint32_t>(mid);
+                uint32_t const step = below & static_cast<uint32_t>(mid == first);
+                uint32_t const nextFirst = f ^ ((f ^ (m + step)) & ~above);
+                uint32_t const nextLast = l ^ ((l ^ m) & ~below);
+                first = static_cast<int32_t>(f ^ ((f ^ nextFirst) & active));
+                last = static_cast<int32_t>(l ^ ((l ^ nextLast) & active));
             }
         }
     }
     while (first > lower && c(first - 1) == 0) --first;
     while (last < upper && c(last) == 0) ++last;
+    outFirst = first;
+    outLast = last;
+}
+
+/// SearchEqualRange for any comparison: every probe is a comparison that the algorithm makes.
+template <class C>
+void FindEqualRange(int32_t lower, int32_t upper, C&& c, int32_t& first, int32_t& last) {
+    SearchEqualRange<false>(lower, upper, c, [](int32_t) {}, first, last);
+}
+
+/// Asks the processor to read the line at `p` ahead; it changes nothing that a program sees.
+inline void Prefetch(void const* p) {
+#if defined(__GNUC__) || defined(__clang__)
+    __builtin_prefetch(p);
+#else
+    (void)p;
+#endif
 }
 
 /// comparison * order without overflow: the product saturated to the range of int.

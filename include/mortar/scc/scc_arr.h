@@ -22,7 +22,11 @@
 // inline, and SCC_SortableArray<T> sorts and searches its raw storage; these skip only calls of
 // virtual slots that an SCC_Array<T> or SCC_SortableArray<T> doesn't override, so they are taken
 // only when the array is of exactly one of these two types. An array of a further derived class
-// goes through its virtual slots throughout.
+// goes through its virtual slots throughout. Every result, and every call of a comparison
+// function or of a derived sort object's Compare, is the same on both roads; where no call can
+// be observed (integers under the default comparison) the roads may differ in what they probe:
+// Sort then uses the standard sort, which leaves the same sequence since equal integers are
+// indistinguishable, and FindItemPosition probes ahead without branching on the elements.
 #ifndef MORTAR_SCC_SCC_ARR_H
 #define MORTAR_SCC_SCC_ARR_H
 
@@ -111,7 +115,10 @@ public:
     /// shared or that it only reads. Out of bounds fails a check.
     T& FastGetAt(int32_t index) {
         Buffer* b = m_Buffer;
-        if (b && b->Lower <= index && index < b->Upper) return b->data[index - b->AllocLower];
+        // One unsigned comparison tells lower <= index < upper.
+        if (b && static_cast<uint32_t>(index) - static_cast<uint32_t>(b->Lower) <
+                     static_cast<uint32_t>(b->Upper) - static_cast<uint32_t>(b->Lower))
+            return b->data[index - b->AllocLower];
         MORTAR_CHECK(false, "");
         return Scratch();
     }
@@ -170,10 +177,12 @@ protected:
     }
 
     /// True when this object is exactly an SCC_Array<T> or an SCC_SortableArray<T>, whose
-    /// storage slots are known, so that a fast path may bypass them.
+    /// storage slots are known, so that a fast path may bypass them. The test compares the
+    /// addresses of the type information: when two binaries each carry a copy of it for the same
+    /// type, the answer is false, which costs only the fast path.
     bool IsPlainArray() const {
-        std::type_info const& type = typeid(*this);
-        return type == typeid(SCC_Array<T>) || type == typeid(SCC_SortableArray<T>);
+        std::type_info const* type = &typeid(*this);
+        return type == &typeid(SCC_Array<T>) || type == &typeid(SCC_SortableArray<T>);
     }
 
     /// True when `p` points into the present buffer's slots.
@@ -283,8 +292,12 @@ public:
     }
 
     /// The element through the array's non-const operator[] (which extends the array when the
-    /// position is outside it).
-    T& operator*() { return (*m_Array)[m_Position]; }
+    /// position is outside it). Without an array a check fails (empty message) and the result is
+    /// a scratch element that belongs to no array.
+    T& operator*() {
+        MORTAR_CHECK(m_Array, "");
+        return m_Array ? (*m_Array)[m_Position] : SCC_Array<T>::Scratch();
+    }
 
     /// 1 when there is no array, the array has no buffer, or the position is outside the bounds.
     int IsDone() const { return !m_Array || !m_Array->InBounds(m_Position) ? 1 : 0; }
@@ -391,8 +404,7 @@ public:
             this->QuickSort(first, last, order);
             return;
         }
-        SCC_SharedPointer<SCC_Sort<T>> const sort(m_Sort);
-        SortSlots(first - b->AllocLower, last - b->AllocLower, order, sort);
+        SortSlots(first - b->AllocLower, last - b->AllocLower, order, m_Sort);
     }
 
     /// Inserts `item` at the end of the range of items that compare equal to it
@@ -428,25 +440,50 @@ public:
     /// Bisection, then a linear widening over the equal items; only the signs of the
     /// comparisons count, so a comparison may return any magnitude.
     void FindItemPosition(T const& item, int32_t& first, int32_t& last) {
-        if (!this->IsPlainArray() || this->IsEmpty()) {
+        Buffer* b = this->m_Buffer;
+        if (!b || b->Upper <= b->Lower || !this->IsPlainArray()) {
             mortar::scc_detail::FindEqualRange(
                 this->GetLowerBound(), this->GetUpperBound(), [&](int32_t i) { return CompItem(i, item); }, first,
                 last);
             return;
         }
         // All indices of the search lie in the bounds: the first access would unshare.
-        if (this->m_Buffer->IsShared()) this->ChangeBounds(this->GetLowerBound(), this->GetUpperBound());
-        Buffer* b = this->m_Buffer;
+        if (b->IsShared()) {
+            this->ChangeBounds(b->Lower, b->Upper);
+            b = this->m_Buffer;
+        }
+        // The search runs on slot numbers (index - AllocLower), which are never negative: its
+        // middles are the same elements, since both ends are shifted alike.
         T const* data = b->data;
         int32_t const base = b->AllocLower;
-        int const order = b->SortOrder;
-        SCC_SharedPointer<SCC_Sort<T>> const sort(m_Sort);
-        WithComparison(sort, [&](auto compare) {
-            mortar::scc_detail::FindEqualRange(
-                b->Lower, b->Upper,
-                [&](int32_t i) { return mortar::scc_detail::ApplyOrder(compare(data[i - base], item), order); },
-                first, last);
+        int32_t slotFirst = 0;
+        int32_t slotLast = 0;
+        bool quiet = false;
+        if constexpr (std::is_integral<T>::value) {
+            // Comparisons of integers by value can't be observed: the search may probe freely.
+            SCC_Sort<T>* sort = m_Sort;
+            quiet = !sort || (&typeid(*sort) == &typeid(SCC_Sort<T>) && !sort->GetFunction());
+        }
+        ForOrderSign(b->SortOrder, [&](auto sign) {
+            constexpr int S = decltype(sign)::value;
+            if constexpr (std::is_integral<T>::value) {
+                if (quiet) {
+                    T const key = item;
+                    mortar::scc_detail::SearchEqualRange<true>(
+                        b->Lower - base, b->Upper - base,
+                        [&](int32_t i) { return WithSign<S>(SCC_Compare(data[i], key)); },
+                        [&](int32_t i) { mortar::scc_detail::Prefetch(data + i); }, slotFirst, slotLast);
+                    return;
+                }
+            }
+            WithComparison(m_Sort, [&](auto& compare) {
+                mortar::scc_detail::FindEqualRange(
+                    b->Lower - base, b->Upper - base, [&](int32_t i) { return WithSign<S>(compare(data[i], item)); },
+                    slotFirst, slotLast);
+            });
         });
+        first = slotFirst + base;
+        last = slotLast + base;
     }
 
     /// Whether the item at `index` still fits between its neighbours (after its key changed):
@@ -513,16 +550,40 @@ private:
     // Calls `body` with the comparison of `sort` as a callable (T const&, T const&) -> int:
     // the default comparison inline when `sort` is null or a plain SCC_Sort<T> without a
     // function, the function itself for a plain one with a function, and the virtual Compare
-    // of any derived sort object. Every call that Compare would make is made.
+    // of any derived sort object. Every call that Compare would make is made. Where code of the
+    // application runs, the sort object is held for the duration, so that it survives a SetSort.
     template <class Body>
     static void WithComparison(SCC_Sort<T>* sort, Body&& body) {
-        if (!sort || typeid(*sort) == typeid(SCC_Sort<T>)) {
+        if (!sort || &typeid(*sort) == &typeid(SCC_Sort<T>)) {
             Function const function = sort ? sort->GetFunction() : nullptr;
-            if (!function) body([](T const& a, T const& b) { return SCC_Compare(a, b); });
-            else body(function);
+            if (!function) {
+                auto compare = [](T const& a, T const& b) { return SCC_Compare(a, b); };
+                body(compare);
+                return;
+            }
+            SCC_SharedPointer<SCC_Sort<T>> const hold(sort);
+            body(function);
         } else {
-            body([sort](T const& a, T const& b) { return sort->Compare(a, b); });
+            SCC_SharedPointer<SCC_Sort<T>> const hold(sort);
+            auto compare = [sort](T const& a, T const& b) { return sort->Compare(a, b); };
+            body(compare);
         }
+    }
+
+    // Calls `body` with the sign of `order` as a std::integral_constant: 1, -1 or 0.
+    template <class Body>
+    static void ForOrderSign(int order, Body&& body) {
+        if (order > 0) body(std::integral_constant<int, 1>());
+        else if (order < 0) body(std::integral_constant<int, -1>());
+        else body(std::integral_constant<int, 0>());
+    }
+
+    // A comparison times the sign of the order, as far as its own sign goes.
+    template <int Sign>
+    static int WithSign(int comparison) {
+        if (Sign > 0) return comparison;
+        if (Sign < 0) return static_cast<int>(comparison < 0) - static_cast<int>(comparison > 0);
+        return 0;
     }
 
     // The comparisons and swaps of Comp and Swap on the raw slots, with only the sign of the
@@ -531,12 +592,7 @@ private:
     struct SlotOps {
         T* data;
         Compare& compare;
-        int Comp(int32_t a, int32_t b) {
-            int const c = compare(data[a], data[b]);
-            if (Sign > 0) return c;
-            if (Sign < 0) return c > 0 ? -1 : (c < 0 ? 1 : 0);
-            return 0;
-        }
+        int Comp(int32_t a, int32_t b) { return WithSign<Sign>(compare(data[a], data[b])); }
         void Swap(int32_t a, int32_t b) {
             T& x = data[a];
             T& y = data[b];
@@ -551,7 +607,7 @@ private:
     void SortSlots(int32_t lo, int32_t hi, int order, SCC_Sort<T>* sort) {
         T* data = this->m_Buffer->data;
         if constexpr (std::is_integral<T>::value) {
-            bool const plainDefault = !sort || (typeid(*sort) == typeid(SCC_Sort<T>) && !sort->GetFunction());
+            bool const plainDefault = !sort || (&typeid(*sort) == &typeid(SCC_Sort<T>) && !sort->GetFunction());
             if (plainDefault && order != 0) {
                 // Integers that compare equal under the default comparison are the same value,
                 // so every correct sort leaves the same sequence: the standard one is used.
@@ -560,18 +616,11 @@ private:
                 return;
             }
         }
-        WithComparison(sort, [&](auto compare) {
-            using Compare = decltype(compare);
-            if (order > 0) {
-                SlotOps<Compare, 1> ops{data, compare};
+        WithComparison(sort, [&](auto& compare) {
+            ForOrderSign(order, [&](auto sign) {
+                SlotOps<std::remove_reference_t<decltype(compare)>, decltype(sign)::value> ops{data, compare};
                 mortar::scc_detail::QuickSort(lo, hi, ops);
-            } else if (order < 0) {
-                SlotOps<Compare, -1> ops{data, compare};
-                mortar::scc_detail::QuickSort(lo, hi, ops);
-            } else {
-                SlotOps<Compare, 0> ops{data, compare};
-                mortar::scc_detail::QuickSort(lo, hi, ops);
-            }
+            });
         });
     }
 
