@@ -31,7 +31,11 @@
 //   code 2  Delete, before the change (listeners see the old content and must not change the
 //           array: the record has been computed); Clear, after the content is gone
 //   code 3  ChangeBounds, after a new buffer is installed; only pArray is set
-// Notifications are synchronous calls of the hooks; what a hook may do is what SCC_Event allows.
+// Notifications are synchronous calls of the hooks, in the order of the chain, and a hook may do
+// to the chain what SCC_Event allows (leave it, add hooks, fire again). A hook of code 1, 3, or
+// of code 2 from Clear, may also change the array: the operation has finished by then, and the
+// hooks after it get the same record, which then describes the earlier change. A hook of code 2
+// from Delete must not change the array, whose change is still to come.
 //
 // Checks. Failures of contract go to the assertion manager (SSM_FailureThrow, id 0) and the code
 // goes on; a check stops nothing by itself. The messages are "_SCC_Array::Comp is called.",
