@@ -106,7 +106,7 @@ std::vector<Item> Pattern(std::string const& name, int n, std::mt19937& rng) {
     return v;
 }
 
-// The search for the range of items equal to `item`, written out as it is specified, with the
+// The search for the range of items equal to `item`, written out plainly step by step, with the
 // middle rounded down: c(i) is the comparison of element i with the item.
 template <class C>
 std::pair<int, int> ReferenceRange(int lower, int upper, C c) {
