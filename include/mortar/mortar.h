@@ -29,6 +29,8 @@
 #include <mortar/scc/SCC_List.h>
 #include <mortar/scc/scc.h>
 #include <mortar/scc/scc_arr.h>
+#include <mortar/scc/SCC_Variant.h>
+#include <mortar/scc/SCC_Convertor.h>
 
 #include <mortar/ssm/ssmimpl.h>
 
