@@ -39,5 +39,6 @@
 #include <mortar/ui/UI_ScreenCoordConverter.h>
 #include <mortar/ui/UI_DrawArea.h>
 #include <mortar/ui/CDynamic.h>
+#include <mortar/ui/UI_PaletteColorConvertor.h>
 
 #endif

@@ -108,9 +108,10 @@ public:
     ///      "%c %lf , %lf %c" in the C locale: an opening byte (none is skipped in front of it),
     ///      the lower limit, a comma, the upper limit, a closing byte; any white space may stand
     ///      in front of each number, around the comma and before the closing byte, and whatever
-    ///      follows the closing byte is ignored. A limit is read as sscanf reads "%lf": the
-    ///      longest run of bytes that may begin a number ("1e" and "0x1p" included) is taken
-    ///      and its value is what strtod makes of it ("1e" is 1).
+    ///      follows the closing byte is ignored. A limit is read as sscanf reads "%lf": bytes
+    ///      are taken while they can still continue a number (so "1e" and "0x1p" are taken
+    ///      whole), its value is what strtod makes of them ("1e" is 1), and a run that holds no
+    ///      number ("-", ".", "0x", "infin") ends the reading.
     ///   5. When all four items are read, the value is taken as a double (which may throw, see
     ///      the scan above) and tested: the lower limit is included when the opening byte is '[',
     ///      the upper one when the closing byte is ']'; any other byte means an open end, so
