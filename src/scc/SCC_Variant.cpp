@@ -215,6 +215,8 @@ double TextToDouble(SYS_StringBase const& text) {
 
 } // namespace
 
+void SCC_Variant::ThrowOutOfRange() { Throw(kOutOfRange); }
+
 SCC_Variant::SCC_Variant() : m_Type(ValueEmpty), m_Integer(0), m_Real(0.0) {}
 
 SCC_Variant::SCC_Variant(int32_t value) : m_Type(ValueInteger), m_Integer(value), m_Real(0.0) {}

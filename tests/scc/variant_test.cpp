@@ -486,3 +486,21 @@ TEST(Convertor, DerivedConvertorDiesWholeWithItsLastReference) {
 }
 
 } // namespace
+
+namespace {
+
+// Callers whose `long` is wider than the family's 32 bits still write longs.
+TEST(Variant, WideIntegerTypesAreThe32BitForm) {
+    SCC_Variant a(3L), b(3), c(static_cast<unsigned char>(3)), d(uint64_t{3});
+    EXPECT_EQ(a.GetType(), b.GetType());
+    EXPECT_EQ(c.GetType(), SCC_Variant::ValueInteger);
+    EXPECT_TRUE(a == b && c == d);
+    long l = SCC_Variant(-7);
+    EXPECT_EQ(l, -7L);
+    long long big = 1LL << 40;
+    EXPECT_THROW(SCC_Variant{big}, SYS_Exception);
+    EXPECT_THROW(SCC_Variant{uint32_t{0x80000000u}}, SYS_Exception);
+    EXPECT_EQ(static_cast<int32_t>(SCC_Variant(int64_t{INT32_MIN})), INT32_MIN);
+}
+
+} // namespace

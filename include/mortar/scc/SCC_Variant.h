@@ -25,6 +25,7 @@
 #include <mortar/sys/SYS_StringBase.h>
 
 #include <cstdint>
+#include <type_traits>
 
 class SCC_Convertor;
 
@@ -45,6 +46,12 @@ public:
     SCC_Variant();
     /// ValueInteger.
     SCC_Variant(int32_t value);
+    /// ValueInteger from any other integer type (a 64-bit `long`, an unsigned, a char, ...), so
+    /// that a caller whose platform has a wider `long` writes SCC_Variant(3L) as on the family's
+    /// own. The value must fit 32 bits; one that does not throws SYS_Exception with TR(45063),
+    /// "Value out of range.", as a double out of range does.
+    template <typename I, typename = std::enable_if_t<std::is_integral_v<I> && !std::is_same_v<I, int32_t>>>
+    SCC_Variant(I value) : SCC_Variant(Narrow(value)) {}
     /// ValueDouble.
     SCC_Variant(double value);
     /// ValueString, with a copy of all of `value`'s bytes.
@@ -85,6 +92,12 @@ public:
     // There is no conversion to char const*.
 
     operator int32_t() const;
+    /// The integer as a `long` where that type is wider than 32 bits, so that `long l = v;`
+    /// reads as on the family's own platform (the value is that of operator int32_t).
+    template <typename L, typename = std::enable_if_t<std::is_same_v<L, long> && !std::is_same_v<long, int32_t>>>
+    operator L() const {
+        return static_cast<L>(operator int32_t());
+    }
     operator double() const;
     operator SYS_StringBase() const;
 
@@ -141,6 +154,18 @@ protected:
     ValueType GetSuperiorType(ValueType other) const { return other > m_Type ? other : m_Type; }
 
 private:
+    template <typename I>
+    static int32_t Narrow(I value) {
+        bool fits;
+        if constexpr (std::is_signed_v<I>)
+            fits = static_cast<int64_t>(value) >= INT32_MIN && static_cast<int64_t>(value) <= INT32_MAX;
+        else
+            fits = static_cast<uint64_t>(value) <= static_cast<uint64_t>(INT32_MAX);
+        if (!fits) ThrowOutOfRange();
+        return static_cast<int32_t>(value);
+    }
+    [[noreturn]] static void ThrowOutOfRange();
+
     ValueType m_Type;
     int32_t m_Integer;
     double m_Real;
