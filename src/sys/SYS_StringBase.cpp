@@ -269,6 +269,14 @@ SYS_StringBase& SYS_StringBase::operator<<(uint32_t value) {
     return *this;
 }
 
+SYS_StringBase& SYS_StringBase::AppendWide(bool isSigned, uint64_t bits) {
+    char digits[24];
+    std::to_chars_result r = isSigned ? std::to_chars(digits, digits + sizeof digits, static_cast<int64_t>(bits))
+                                      : std::to_chars(digits, digits + sizeof digits, bits);
+    Append(digits, static_cast<int>(r.ptr - digits));
+    return *this;
+}
+
 SYS_StringBase& SYS_StringBase::operator<<(float value) {
     return *this << static_cast<double>(value);
 }

@@ -323,3 +323,20 @@ TEST(StringBase, DoubleByteTextSeparatesByteAndCharacterOperations) {
 }
 
 } // namespace
+
+namespace {
+
+// A platform whose long has 64 bits: longs still append and read.
+TEST(StringBase, WideLongsAppendAndRead) {
+    SYS_StringBase s;
+    s << 42L << ',' << -7L << ',' << 5UL << ',' << (1LL << 40);
+    EXPECT_STREQ(s.GetString(), "42,-7,5,1099511627776");
+    long l = 0;
+    unsigned long u = 0;
+    EXPECT_EQ(SYS_StringBase("-12x").Value(&l), -12L);
+    EXPECT_EQ(l, -12L);
+    EXPECT_EQ(SYS_StringBase("99999999999").Value(&l), 2147483647L); // the 32-bit saturation
+    EXPECT_EQ(SYS_StringBase("-1").Value(&u), 4294967295UL);
+}
+
+} // namespace

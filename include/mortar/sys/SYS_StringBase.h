@@ -44,6 +44,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <type_traits>
 
 #if defined(__GNUC__) || defined(__clang__)
 #define MORTAR_PRINTF_FORMAT(formatIndex, firstArg) __attribute__((format(printf, formatIndex, firstArg)))
@@ -144,6 +145,12 @@ public:
     /// Appends the decimal text of the number.
     SYS_StringBase& operator<<(int32_t value);
     SYS_StringBase& operator<<(uint32_t value);
+    /// The same for the wider integer types of a platform whose `long` has 64 bits (long,
+    /// unsigned long, long long, ...): the decimal text of the whole value.
+    template <typename I, typename = std::enable_if_t<std::is_integral_v<I> && (sizeof(I) > 4)>>
+    SYS_StringBase& operator<<(I value) {
+        return AppendWide(std::is_signed_v<I>, static_cast<uint64_t>(value));
+    }
     /// Appends the text of the format "%f" (six decimals; the float widened to double).
     SYS_StringBase& operator<<(float value);
     SYS_StringBase& operator<<(double value);
@@ -265,12 +272,21 @@ public:
     int16_t Value(int16_t* out, char const** end = nullptr) const;
     int32_t Value(int32_t* out, char const** end = nullptr) const;
     uint32_t Value(uint32_t* out, char const** end = nullptr) const;
+    /// The 32-bit forms above for a platform whose `long` has 64 bits: `long` reads as int32_t,
+    /// `unsigned long` as uint32_t (with their saturation), and the value is stored widened.
+    template <typename L, typename = std::enable_if_t<(std::is_same_v<L, long> || std::is_same_v<L, unsigned long>) &&
+                                                      (sizeof(L) > 4)>>
+    L Value(L* out, char const** end = nullptr) const {
+        std::conditional_t<std::is_signed_v<L>, int32_t, uint32_t> narrow;
+        return *out = static_cast<L>(Value(&narrow, end));
+    }
     float Value(float* out, char const** end = nullptr) const;
     double Value(double* out, char const** end = nullptr) const;
 
 private:
     bool IsPosition(int i) const { return i >= 0 && static_cast<std::size_t>(i) < m_pString->size(); }
     void CheckGrowth(std::size_t added) const;
+    SYS_StringBase& AppendWide(bool isSigned, uint64_t bits);
 
     std::unique_ptr<std::string> m_pString; // never null
 };
