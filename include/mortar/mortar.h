@@ -31,6 +31,8 @@
 #include <mortar/scc/scc_arr.h>
 #include <mortar/scc/SCC_Variant.h>
 #include <mortar/scc/SCC_Convertor.h>
+#include <mortar/scc/SCC_StdCollection.h>
+#include <mortar/scc/SCC_SavedHandles.h>
 
 #include <mortar/ssm/ssmimpl.h>
 
