@@ -33,6 +33,7 @@
 #include <mortar/scc/SCC_Convertor.h>
 #include <mortar/scc/SCC_StdCollection.h>
 #include <mortar/scc/SCC_SavedHandles.h>
+#include <mortar/scc/SCC_Property.h>
 
 #include <mortar/ssm/ssmimpl.h>
 
