@@ -48,7 +48,15 @@
 // shows or would show are queued (a repeat of the newest entry is not stored again); codes 6
 // and 7 empty the queue and take effect at once. Suspend(0) delivers only the newest entry of
 // each handle, newest first. Notifications about items that neither pass the filter nor are
-// shown are dropped, suspended or not.
+// shown are dropped, suspended or not. What a source should know when it suspends:
+//   - a later notification of a handle replaces an earlier one, so a notice (4, h) queued after
+//     (1, h) or (3, h) swallows the addition or the change;
+//   - code 1 does not look for the handle among the items, so a reload (SetFilter, SetSort)
+//     while an addition is queued enters that handle twice when the addition is delivered;
+//   - a shown item whose key changed stands out of order until its change is delivered, and
+//     items placed meanwhile (other changes, additions) are placed by bisection over items
+//     that are not all in order. A source that changes the keys of several shown items while
+//     suspended should end with (6, 0) instead.
 //
 // Choices made here where a collection could act otherwise:
 //   - Codes 1 and 3 with handle 0 are ignored entirely (not even queued): they name no item.
@@ -62,6 +70,8 @@
 //     notifies nobody.
 //   - SetParent(nullptr) disconnects the parent hook, so a former parent is not heard any
 //     more.
+//   - A removal takes the item out where it stands after the listeners of (2, h) have run,
+//     so a listener may move the cursor meanwhile.
 //   - Suspend(0) keeps the notifications that a listener queues by suspending again during
 //     the delivery; they wait for the next Suspend(0).
 //   - The hook table counts one connection per item that was entered or walked and takes one
@@ -73,8 +83,11 @@
 //
 // Reload and the derived class. Reload walks the source first and enters the passing handles
 // afterwards, by a stable sort in walk order (one entry per handle), which gives exactly the
-// items, the notifications and the array moves of entering them one by one. The slots that
-// the walk calls (_GetNext, GetSlider, Filter, GetEvent) must not read or change the items.
+// items, the notifications and the cursor moves of entering them one by one behind their
+// equals, for any comparison that is a consistent order (the sort object's Compare must give
+// the same answer for the same pair, and opposite signs for swapped ones). The slots that the
+// walk calls (_GetNext, GetSlider, Filter, GetEvent) must not read the items; a notification
+// that enters items during the walk makes the rest of the walk go in one by one.
 //
 // Lifetime. A collection owns its hook table and its arrays; it owns neither its filter, nor
 // its parent, nor its source notifier, which must outlive it or be disconnected first. The
