@@ -38,6 +38,10 @@
 #include <mortar/ssm/ssmimpl.h>
 
 #include <mortar/sfm/SFM_StringTable.h>
+#include <mortar/sfm/SFM_FilePath.h>
+#include <mortar/sfm/sfmanagr.h>
+#include <mortar/sfm/sfmfile.h>
+#include <mortar/sfm/sfmmsgdb.h>
 
 #include <mortar/ui/UI_ScreenCoordConverter.h>
 #include <mortar/ui/UI_DrawArea.h>
