@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstdarg>
 #include <cstring>
+#include <memory>
 
 namespace {
 
@@ -42,12 +43,117 @@ T FromBytes(unsigned char const* bytes) {
     return v;
 }
 
+// Get and Put of a number of U's width through the file's Read and Write slots: little-endian
+// bytes, the bits reversed over the whole width when asked. The old value's bytes stand where a
+// read falls short.
+template <class U>
+U GetNumber(SFM_File& file, U old, int reverse) {
+    unsigned char bytes[sizeof(U)];
+    ToBytes(old, bytes);
+    file.Read(bytes, sizeof(U));
+    U const value = FromBytes<U>(bytes);
+    return reverse ? ReverseBits(value) : value;
+}
+
+template <class U>
+void PutNumber(SFM_File& file, U value, int reverse) {
+    unsigned char bytes[sizeof(U)];
+    ToBytes(reverse ? ReverseBits(value) : value, bytes);
+    file.Write(bytes, sizeof(U));
+}
+
+// The stream calls. A file is used by one thread at a time (see the header), so where the C
+// library offers them the calls go without taking the stream's lock, which costs as much as the
+// copy itself for a small read: fread_unlocked and its kin do what fread and its kin do, minus
+// the lock.
+#if defined(__GLIBC__)
+std::size_t StreamRead(void* buffer, std::size_t size, FILE* stream) { return fread_unlocked(buffer, 1, size, stream); }
+std::size_t StreamWrite(void const* buffer, std::size_t size, FILE* stream) {
+    return fwrite_unlocked(buffer, 1, size, stream);
+}
+int StreamGetc(FILE* stream) { return fgetc_unlocked(stream); }
+int StreamPutc(int c, FILE* stream) { return fputc_unlocked(c, stream); }
+char* StreamGets(char* buffer, int count, FILE* stream) { return fgets_unlocked(buffer, count, stream); }
+void ClearFlags(FILE* stream) {
+    if (ferror_unlocked(stream) || feof_unlocked(stream)) clearerr_unlocked(stream);
+}
+bool HasError(FILE* stream) { return ferror_unlocked(stream) != 0; }
+bool AtEnd(FILE* stream) { return feof_unlocked(stream) != 0; }
+#else
+std::size_t StreamRead(void* buffer, std::size_t size, FILE* stream) { return std::fread(buffer, 1, size, stream); }
+std::size_t StreamWrite(void const* buffer, std::size_t size, FILE* stream) {
+    return std::fwrite(buffer, 1, size, stream);
+}
+int StreamGetc(FILE* stream) { return StreamGetc(stream); }
+int StreamPutc(int c, FILE* stream) { return std::fputc(c, stream); }
+char* StreamGets(char* buffer, int count, FILE* stream) { return StreamGets(buffer, count, stream); }
+void ClearFlags(FILE* stream) { std::clearerr(stream); }
+bool HasError(FILE* stream) { return std::ferror(stream) != 0; }
+bool AtEnd(FILE* stream) { return std::feof(stream) != 0; }
+#endif
+
 // A file position as the class counts it: 32 bits, -1 when unknown or beyond them.
 int32_t Position32(long position) {
     return position < 0 || position > INT32_MAX ? -1 : static_cast<int32_t>(position);
 }
 
 } // namespace
+
+// The common steps of the reporting stream operations, kept out of the exported class so that
+// they inline into each operation.
+struct SFM_FileStream {
+    // The record of one event about `file`, for as long as the object lives.
+    class Record {
+    public:
+        explicit Record(SFM_File& file) : m_File(file), m_Lent(!file.m_EventRecordLent) {
+            if (!m_Lent) {
+                m_Own.reset(new SFM_EventData(file.m_Name.GetString()));
+                return;
+            }
+            if (!file.m_EventRecord) file.m_EventRecord = new SFM_EventData();
+            file.m_EventRecordLent = true;
+            SFM_EventData& data = *file.m_EventRecord;
+            data.m_Error = 0;
+            data.m_FileName1 = file.m_Name;
+            data.m_FileName2.Empty();
+            data.m_Text.Empty();
+            data.m_Result = SFM::EC_None;
+        }
+        Record(Record const&) = delete;
+        Record& operator=(Record const&) = delete;
+        ~Record() {
+            if (m_Lent) m_File.m_EventRecordLent = false;
+        }
+        operator SFM_EventData&() { return m_Lent ? *m_File.m_EventRecord : *m_Own; }
+
+    private:
+        SFM_File& m_File;
+        bool const m_Lent;
+        std::unique_ptr<SFM_EventData> m_Own;
+    };
+
+    // ReOpen(), then the stream with errno and its flags cleared; null (after a failed check)
+    // when there is none.
+    static FILE* ForUse(SFM_File& file) {
+        file.ReOpen();
+        errno = 0;
+        MORTAR_CHECK(file.m_Stream != nullptr, "");
+        if (file.m_Stream) ClearFlags(file.m_Stream);
+        return file.m_Stream;
+    }
+
+    // After a stream operation: when the stream's error flag is set, raises `code` for the file
+    // through the manager, clears the flag and returns true.
+    static bool Report(SFM_File& file, SFM::EventCode code) {
+        if (!file.m_Stream || !HasError(file.m_Stream)) return false;
+        MORTAR_CHECK(SFM::GetManager() != nullptr, "");
+        Record record(file);
+        Raise(code, record);
+        // A listener may have closed the file.
+        if (file.m_Stream) ClearFlags(file.m_Stream);
+        return true;
+    }
+};
 
 // Construction ---------------------------------------------------------------------------------------
 
@@ -68,6 +174,7 @@ SFM_File::SFM_File(char const* name, char const* mode) : SFM_File(name) {
 
 SFM_File::~SFM_File() {
     Close();
+    delete m_EventRecord;
     if (SFM* manager = SFM::Instance) manager->Unregister(this);
 }
 
@@ -172,8 +279,10 @@ void SFM_File::ReOpen() {
     MORTAR_CHECK(manager != nullptr, "");
     if (!m_TempClosed) return;
     m_TempClosed = 0;
-    SFM_EventData data(m_Name.GetString());
-    Raise(SFM::EC_BeforeOpen, data);
+    {
+        SFM_FileStream::Record record(*this);
+        Raise(SFM::EC_BeforeOpen, record);
+    }
     SYS_StringBase const mode = GetReOpenMode();
     for (;;) {
         errno = 0;
@@ -202,7 +311,8 @@ int SFM_File::Open(SYS_StringBase mode) {
     MORTAR_CHECK(!IsOpen(), "");
     if (IsOpen()) Close();
     MORTAR_CHECK(SFM::Instance != nullptr, "");
-    SFM_EventData data(m_Name.GetString());
+    SFM_FileStream::Record record(*this);
+    SFM_EventData& data = record;
     Raise(SFM::EC_BeforeOpen, data);
     m_Stream = nullptr;
     for (;;) {
@@ -226,7 +336,7 @@ int SFM_File::Eof() {
     ReOpen();
     MORTAR_CHECK(m_Stream != nullptr, "");
     if (!m_Stream) return 1;
-    if (std::feof(m_Stream)) return 1;
+    if (AtEnd(m_Stream)) return 1;
     return GetPosition() == GetLength() ? 1 : 0;
 }
 
@@ -246,12 +356,12 @@ void SFM_File::Close() {
         errno = 0;
         MORTAR_CHECK(m_Stream != nullptr, "");
         if (m_Stream) {
-            std::clearerr(m_Stream);
+            ClearFlags(m_Stream);
             bool const failed = std::fclose(m_Stream) != 0;
             // Closed before the listeners hear of it, so that none of them uses the stream.
             m_Stream = nullptr;
-            SFM_EventData data(m_Name.GetString());
-            Raise(failed ? SFM::EC_CloseFailed : SFM::EC_Closed, data);
+            SFM_FileStream::Record record(*this);
+            Raise(failed ? SFM::EC_CloseFailed : SFM::EC_Closed, record);
         }
     }
     if (m_Mapped) UnmapMemory();
@@ -289,74 +399,56 @@ void SFM_File::PopPosition() {
 
 // Reporting stream operations -------------------------------------------------------------------------
 
-FILE* SFM_File::StreamForUse() {
-    ReOpen();
-    errno = 0;
-    MORTAR_CHECK(m_Stream != nullptr, "");
-    if (m_Stream) std::clearerr(m_Stream);
-    return m_Stream;
-}
-
-bool SFM_File::Report(int code) {
-    if (!m_Stream || !std::ferror(m_Stream)) return false;
-    SFM_EventData data(m_Name.GetString());
-    MORTAR_CHECK(SFM::Instance != nullptr, "");
-    Raise(static_cast<SFM::EventCode>(code), data);
-    // A listener may have closed the file.
-    if (m_Stream) std::clearerr(m_Stream);
-    return true;
-}
-
 int32_t SFM_File::Read(void* buffer, int32_t size) {
     MORTAR_CHECK(buffer != nullptr, "");
     if (!buffer || !IsOpen()) return 0;
-    FILE* stream = StreamForUse();
+    FILE* stream = SFM_FileStream::ForUse(*this);
     if (!stream) return 0;
-    std::size_t const read = size > 0 ? std::fread(buffer, 1, static_cast<std::size_t>(size), stream) : 0;
-    Report(SFM::EC_ReadFailed);
+    std::size_t const read = size > 0 ? StreamRead(buffer, static_cast<std::size_t>(size), stream) : 0;
+    SFM_FileStream::Report(*this, SFM::EC_ReadFailed);
     return static_cast<int32_t>(read);
 }
 
 int SFM_File::Write(void const* buffer, int32_t size) {
     MORTAR_CHECK(buffer != nullptr, "");
     if (!buffer || !IsOpen()) return 0;
-    FILE* stream = StreamForUse();
+    FILE* stream = SFM_FileStream::ForUse(*this);
     if (!stream) return 0;
-    std::size_t const written = size > 0 ? std::fwrite(buffer, 1, static_cast<std::size_t>(size), stream) : 0;
+    std::size_t const written = size > 0 ? StreamWrite(buffer, static_cast<std::size_t>(size), stream) : 0;
     int const result = size >= 0 && written == static_cast<std::size_t>(size) ? 1 : 0;
-    Report(SFM::EC_WriteFailed);
+    SFM_FileStream::Report(*this, SFM::EC_WriteFailed);
     CheckLength();
     return result;
 }
 
 char SFM_File::GetChar() {
     if (!IsOpen()) return -1;
-    FILE* stream = StreamForUse();
+    FILE* stream = SFM_FileStream::ForUse(*this);
     if (!stream) return -1;
-    int const c = std::fgetc(stream);
-    if (Report(SFM::EC_ReadFailed) || c == EOF) return -1;
+    int const c = StreamGetc(stream);
+    if (SFM_FileStream::Report(*this, SFM::EC_ReadFailed) || c == EOF) return -1;
     return static_cast<char>(c);
 }
 
 int SFM_File::PutChar(char c) {
     if (!IsOpen()) return 0;
-    FILE* stream = StreamForUse();
+    FILE* stream = SFM_FileStream::ForUse(*this);
     if (!stream) return 0;
-    int const result = std::fputc(static_cast<unsigned char>(c), stream) == EOF ? 0 : 1;
-    bool const failed = Report(SFM::EC_WriteFailed);
+    int const result = StreamPutc(static_cast<unsigned char>(c), stream) == EOF ? 0 : 1;
+    bool const failed = SFM_FileStream::Report(*this, SFM::EC_WriteFailed);
     CheckLength();
     return failed ? 0 : result;
 }
 
 SYS_StringBase SFM_File::GetLine(int32_t maxLength) {
     if (!IsOpen() || maxLength < 0) return SYS_StringBase();
-    FILE* stream = StreamForUse();
+    FILE* stream = SFM_FileStream::ForUse(*this);
     if (!stream) return SYS_StringBase();
     char buffer[512];
     int const count = maxLength == 0 || maxLength >= 511 ? 511 : maxLength;
     buffer[0] = '\0';
-    char const* const got = std::fgets(buffer, count, stream);
-    if (Report(SFM::EC_ReadFailed) || !got) return SYS_StringBase();
+    char const* const got = StreamGets(buffer, count, stream);
+    if (SFM_FileStream::Report(*this, SFM::EC_ReadFailed) || !got) return SYS_StringBase();
     return SYS_StringBase(buffer);
 }
 
@@ -368,80 +460,63 @@ int SFM_File::WriteLine(SYS_StringBase const& text) {
 int32_t SFM_File::Printf(char const* format, ...) {
     MORTAR_CHECK(format != nullptr, "");
     if (!format || !IsOpen()) return 0;
-    FILE* stream = StreamForUse();
+    FILE* stream = SFM_FileStream::ForUse(*this);
     if (!stream) return 0;
     va_list args;
     va_start(args, format);
     int const written = std::vfprintf(stream, format, args);
     va_end(args);
-    bool const failed = Report(SFM::EC_WriteFailed);
+    bool const failed = SFM_FileStream::Report(*this, SFM::EC_WriteFailed);
     CheckLength();
     return failed || written < 0 ? 0 : written;
 }
 
 // Binary numbers --------------------------------------------------------------------------------------
 
-template <class U>
-U SFM_File::GetUnsigned(U old, int reverse) {
-    // The old value's bytes stand where the read falls short.
-    unsigned char bytes[sizeof(U)];
-    ToBytes(old, bytes);
-    Read(bytes, sizeof(U));
-    U const value = FromBytes<U>(bytes);
-    return reverse ? ReverseBits(value) : value;
-}
-
-template <class U>
-void SFM_File::PutUnsigned(U value, int reverse) {
-    unsigned char bytes[sizeof(U)];
-    ToBytes(reverse ? ReverseBits(value) : value, bytes);
-    Write(bytes, sizeof(U));
-}
-
 double SFM_File::Get(double& value) {
     uint64_t bits;
     std::memcpy(&bits, &value, sizeof bits);
-    bits = GetUnsigned<uint64_t>(bits, 0);
+    bits = GetNumber<uint64_t>(*this, bits, 0);
     std::memcpy(&value, &bits, sizeof bits);
     return value;
 }
 
-uint32_t SFM_File::Get(uint32_t& value, int reverse) { return value = GetUnsigned<uint32_t>(value, reverse); }
+uint32_t SFM_File::Get(uint32_t& value, int reverse) { return value = GetNumber<uint32_t>(*this, value, reverse); }
 
 int32_t SFM_File::Get(int32_t& value, int reverse) {
-    return value = static_cast<int32_t>(GetUnsigned<uint32_t>(static_cast<uint32_t>(value), reverse));
+    return value = static_cast<int32_t>(GetNumber<uint32_t>(*this, static_cast<uint32_t>(value), reverse));
 }
 
 unsigned char SFM_File::Get(unsigned char& value, int reverse) {
-    return value = GetUnsigned<unsigned char>(value, reverse);
+    return value = GetNumber<unsigned char>(*this, value, reverse);
 }
 
 char SFM_File::Get(char& value, int reverse) {
-    return value = static_cast<char>(GetUnsigned<unsigned char>(static_cast<unsigned char>(value), reverse));
+    return value = static_cast<char>(GetNumber<unsigned char>(*this, static_cast<unsigned char>(value), reverse));
 }
 
-uint16_t SFM_File::Get(uint16_t& value, int reverse) { return value = GetUnsigned<uint16_t>(value, reverse); }
+uint16_t SFM_File::Get(uint16_t& value, int reverse) { return value = GetNumber<uint16_t>(*this, value, reverse); }
 
 int16_t SFM_File::Get(int16_t& value, int reverse) {
-    return value = static_cast<int16_t>(GetUnsigned<uint16_t>(static_cast<uint16_t>(value), reverse));
+    return value = static_cast<int16_t>(GetNumber<uint16_t>(*this, static_cast<uint16_t>(value), reverse));
 }
 
 void SFM_File::Put(double value) {
     uint64_t bits;
     std::memcpy(&bits, &value, sizeof bits);
-    PutUnsigned<uint64_t>(bits, 0);
+    PutNumber<uint64_t>(*this, bits, 0);
 }
 
-void SFM_File::Put(uint32_t value, int reverse) { PutUnsigned<uint32_t>(value, reverse); }
+void SFM_File::Put(uint32_t value, int reverse) { PutNumber<uint32_t>(*this, value, reverse); }
 
-void SFM_File::Put(int32_t value, int reverse) { PutUnsigned<uint32_t>(static_cast<uint32_t>(value), reverse); }
+void SFM_File::Put(int32_t value, int reverse) { PutNumber<uint32_t>(*this, static_cast<uint32_t>(value), reverse); }
 
-void SFM_File::Put(unsigned char value, int reverse) { PutUnsigned<unsigned char>(value, reverse); }
+void SFM_File::Put(unsigned char value, int reverse) { PutNumber<unsigned char>(*this, value, reverse); }
 
 void SFM_File::Put(char value, int reverse) {
-    PutUnsigned<unsigned char>(static_cast<unsigned char>(value), reverse);
+    PutNumber<unsigned char>(*this, static_cast<unsigned char>(value), reverse);
 }
 
-void SFM_File::Put(uint16_t value, int reverse) { PutUnsigned<uint16_t>(value, reverse); }
+void SFM_File::Put(uint16_t value, int reverse) { PutNumber<uint16_t>(*this, value, reverse); }
 
-void SFM_File::Put(int16_t value, int reverse) { PutUnsigned<uint16_t>(static_cast<uint16_t>(value), reverse); }
+void SFM_File::Put(int16_t value, int reverse) { PutNumber<uint16_t>(*this, static_cast<uint16_t>(value), reverse); }

@@ -117,18 +117,22 @@ void PutRecordHead(SFM_File& out, int32_t number, bool section) {
 
 // Construction -----------------------------------------------------------------------------------------
 
-SFM_MessageDB::SFM_MessageDB(SYS_StringBase name) : Keys(nullptr), File(name.GetString()) {
+SFM_MessageDB::SFM_MessageDB(SYS_StringBase name) : Keys(nullptr), File(name.GetString()), m_HintValid(false) {
     if (File.Open(SYS_StringBase("rb"))) ReadCompiled();
 }
 
-SFM_MessageDB::SFM_MessageDB(SYS_StringBase name, int) : Keys(nullptr), File(name.GetString()) {
+SFM_MessageDB::SFM_MessageDB(SYS_StringBase name, int) : Keys(nullptr), File(name.GetString()), m_HintValid(false) {
     if (File.Open(SYS_StringBase("r"))) ReadText();
 }
 
 SFM_MessageDB::~SFM_MessageDB() = default;
 
 SFM_MessageDB::SFM_MessageDB(SFM_MessageDB const& source)
-    : Sections(source.Sections), Keys(source.Keys), File(source.File.GetName().GetString()), m_Tables(source.m_Tables) {
+    : Sections(source.Sections),
+      Keys(source.Keys),
+      File(source.File.GetName().GetString()),
+      m_Tables(source.m_Tables),
+      m_HintValid(false) {
     SFM_File& from = const_cast<SFM_File&>(source.File);
     if (from.IsOpen()) File.Open(from.GetMode());
 }
@@ -142,11 +146,13 @@ SFM_MessageDB& SFM_MessageDB::operator=(SFM_MessageDB const& source) {
     Sections = source.Sections;
     Keys = source.Keys;
     m_Tables = source.m_Tables;
+    m_HintValid = false;
     return *this;
 }
 
 void SFM_MessageDB::MakeTables() {
     m_Tables = std::make_shared<Tables>();
+    m_HintValid = false;
     Sections.clear();
     Keys = &m_Tables->keys;
 }
@@ -324,12 +330,22 @@ int32_t SFM_MessageDB::ReadAt(int32_t position, int32_t length, char* buffer) {
     return File.Read(buffer, length);
 }
 
+SFM_MessageDB::keyTableElem const* SFM_MessageDB::FindKey(int32_t key) {
+    // A section read through asks for the key behind the one found last: that one is tried first.
+    auto found = m_HintValid && m_Hint != Keys->end() && m_Hint->first == key ? m_Hint : Keys->find(key);
+    if (found == Keys->end()) return nullptr;
+    m_Hint = std::next(found);
+    m_HintValid = true;
+    return &found->second;
+}
+
 SYS_StringBase SFM_MessageDB::getTxt(int32_t key) {
     if (!Keys || !File.IsOpen()) return SYS_StringBase();
-    auto const found = Keys->find(key);
-    if (found == Keys->end()) return SYS_StringBase();
-    char buffer[kTextBuffer] = {};
-    ReadAt(found->second.Position, std::min<int32_t>(found->second.Length, kTextBuffer - 1), buffer);
+    keyTableElem const* const entry = FindKey(key);
+    if (!entry) return SYS_StringBase();
+    char buffer[kTextBuffer];
+    int32_t const read = ReadAt(entry->Position, std::min<int32_t>(entry->Length, kTextBuffer - 1), buffer);
+    buffer[read > 0 ? read : 0] = '\0';
     std::size_t length = std::strlen(buffer);
     if (length > 0 && buffer[length - 1] == '$') --length;
     return SYS_StringBase(buffer, static_cast<int>(length));

@@ -116,6 +116,14 @@ TEST(FileExhaustion, WhenNoFileCanBeClosedTheOpenFails) {
     int const result = InChild([&dir] {
         Managers m;
         std::deque<Stubborn> files;
+        // The files are closed before they are destroyed: a sanitizer's check of a destructor
+        // call needs a free handle of its own.
+        struct CloseAll {
+            std::deque<Stubborn>& files;
+            ~CloseAll() {
+                for (auto& file : files) file.Close();
+            }
+        } closeAll{files};
         for (int i = 0; i < kFiles; ++i) {
             files.emplace_back((dir / ("s" + std::to_string(i))).c_str(), "w");
             if (!files.back().IsOpen()) break;

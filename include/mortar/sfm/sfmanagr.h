@@ -163,6 +163,7 @@ public:
 
 private:
     friend class SFM;
+    friend struct SFM_FileStream; // reuses a file's record for its next event
 
     uint32_t m_Error; // the platform's last error, stored by SFM::Event
     SYS_StringBase m_FileName1;

@@ -64,6 +64,7 @@
 #include <deque>
 
 class SFM;
+class SFM_EventData;
 
 class MORTAR_API SFM_File {
 public:
@@ -211,16 +212,13 @@ private:
     void CheckLength();
     // The stored mode with a leading 'w' turned into 'a'.
     SYS_StringBase GetReOpenMode();
-    // ReOpen(), then the stream; null (after a failed check) when there is none.
-    FILE* StreamForUse();
-    // After a stream operation: when the stream's error state is set, raises `code` for this file
-    // through the manager, clears the error state and returns true.
-    bool Report(int code);
-    // The binary numbers: `size` little-endian bytes in an unsigned type of that width.
-    template <class U>
-    U GetUnsigned(U old, int reverse);
-    template <class U>
-    void PutUnsigned(U value, int reverse);
+    // The source's own helpers of the stream operations.
+    friend struct SFM_FileStream;
+
+    // The file's own event record, lent to its events so that each event does not build three
+    // strings anew; an event raised while it is lent gets a record of its own. Not copied.
+    SFM_EventData* m_EventRecord = nullptr;
+    bool m_EventRecordLent = false;
 };
 
 #endif

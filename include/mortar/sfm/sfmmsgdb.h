@@ -152,7 +152,9 @@ protected:
     SectionTableNode* GetSection(SYS_StringBase name);
 
     std::list<SectionTableNode*> Sections;        ///< in the order of reading; owned
-    std::map<int32_t, keyTableElem>* Keys;        ///< null until the file has been opened; owned
+    /// Null until the file has been opened; owned. Complete when the constructor returns: a
+    /// derived class reads it but must not change it.
+    std::map<int32_t, keyTableElem>* Keys;
     SFM_File File;                                ///< stays open after construction
 
 private:
@@ -168,7 +170,13 @@ private:
     // so that the stream keeps its buffer.
     int32_t ReadAt(int32_t position, int32_t length, char* buffer);
 
+    // The entry of `key`; null when there is none.
+    keyTableElem const* FindKey(int32_t key);
+
     std::shared_ptr<Tables> m_Tables; // owner of Sections' nodes and of Keys, shared by copies
+    // The entry behind the one found last, tried first by the next lookup.
+    std::map<int32_t, keyTableElem>::const_iterator m_Hint;
+    bool m_HintValid;
 };
 
 #endif
