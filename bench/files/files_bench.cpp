@@ -118,37 +118,26 @@ void BM_Get_SFM_File(benchmark::State& state) {
 }
 BENCHMARK(BM_Get_SFM_File)->Unit(benchmark::kMillisecond);
 
-void BM_Get_fread(benchmark::State& state) {
+// The peer: fread(&x, 4, 1, f) on a FILE*; with `unlocked`, fread_unlocked, the call that
+// SFM_File makes (a file belongs to one thread), for reference.
+template <bool unlocked>
+void BM_Get_stdio(benchmark::State& state) {
     FILE* f = std::fopen(Files().numbers.c_str(), "rb");
     int64_t sum = 0;
     for (auto _ : state) {
         std::rewind(f);
         for (int i = 0; i < kValues; ++i) {
             int32_t x;
-            if (std::fread(&x, 4, 1, f) == 1) sum += x;
+            if ((unlocked ? fread_unlocked(&x, 4, 1, f) : std::fread(&x, 4, 1, f)) == 1) sum += x;
         }
     }
     std::fclose(f);
     benchmark::DoNotOptimize(sum);
     state.SetItemsProcessed(state.iterations() * kValues);
 }
+void BM_Get_fread(benchmark::State& state) { BM_Get_stdio<false>(state); }
+void BM_Get_fread_unlocked(benchmark::State& state) { BM_Get_stdio<true>(state); }
 BENCHMARK(BM_Get_fread)->Unit(benchmark::kMillisecond);
-
-// The same without the stream's lock, as SFM_File reads (it is used by one thread at a time).
-void BM_Get_fread_unlocked(benchmark::State& state) {
-    FILE* f = std::fopen(Files().numbers.c_str(), "rb");
-    int64_t sum = 0;
-    for (auto _ : state) {
-        std::rewind(f);
-        for (int i = 0; i < kValues; ++i) {
-            int32_t x;
-            if (fread_unlocked(&x, 4, 1, f) == 1) sum += x;
-        }
-    }
-    std::fclose(f);
-    benchmark::DoNotOptimize(sum);
-    state.SetItemsProcessed(state.iterations() * kValues);
-}
 BENCHMARK(BM_Get_fread_unlocked)->Unit(benchmark::kMillisecond);
 
 void BM_OpenClose_SFM_File(benchmark::State& state) {

@@ -95,39 +95,38 @@ void SFM_FilePath::Clear() {
 
 // Readers ----------------------------------------------------------------------------------------------
 
-SYS_StringBase SFM_FilePath::GetBasePath(char const* path) {
+void SFM_FilePath::Prepare(char const* path) {
     if (path) Assign(path);
     Regenerate();
+}
+
+SYS_StringBase SFM_FilePath::GetBasePath(char const* path) {
+    Prepare(path);
     return BasePath;
 }
 
 SYS_StringBase SFM_FilePath::GetRelPath(char const* path) {
-    if (path) Assign(path);
-    Regenerate();
+    Prepare(path);
     return RelPath;
 }
 
 SYS_StringBase SFM_FilePath::GetFileDirectory(char const* path) {
-    if (path) Assign(path);
-    Regenerate();
+    Prepare(path);
     return BasePath + RelPath;
 }
 
 SYS_StringBase SFM_FilePath::GetFileName(char const* path) {
-    if (path) Assign(path);
-    Regenerate();
+    Prepare(path);
     return FileName;
 }
 
 SYS_StringBase SFM_FilePath::GetFileNameExt(char const* path) {
-    if (path) Assign(path);
-    Regenerate();
+    Prepare(path);
     return FileNameExt;
 }
 
 SYS_StringBase SFM_FilePath::GetFileExtension(char const* path) {
-    if (path) Assign(path);
-    Regenerate();
+    Prepare(path);
     return FileExtension;
 }
 

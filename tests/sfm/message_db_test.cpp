@@ -347,43 +347,15 @@ TEST(MessageDB, CorruptCompiledFilesLoadWhatTheyCan) {
         }
     }
 
-    // Random damage and plain garbage.
-    std::mt19937 rng(5);
-    for (int round = 0; round < 200; ++round) {
-        std::string damaged = good;
-        for (int hits = 0; hits < 4; ++hits) damaged[rng() % damaged.size()] = static_cast<char>(rng());
-        load(damaged);
-        std::string garbage(rng() % 300, '\0');
-        for (char& c : garbage) c = static_cast<char>(rng());
-        load(garbage);
-    }
 }
 
-TEST(MessageDB, TextFilesOfAnyContentLoad) {
+TEST(MessageDB, ADirectoryOpensButReadsNothing) {
     TempDir dir;
     Managers m;
-    std::string const path = dir / "garbage.txt";
-    std::mt19937 rng(9);
-    testing::internal::CaptureStdout();
-    for (int round = 0; round < 100; ++round) {
-        std::string bytes(rng() % 2000, '\0');
-        for (char& c : bytes) c = static_cast<char>(rng() % 4 == 0 ? "\n:[]$ 0"[rng() % 7] : rng());
-        WriteFile(path, bytes);
-        OpenDB db(SYS_StringBase(path.c_str()), 0);
-        auto const texts = db.Texts();
-        for (auto const& name : db.SectionNames()) Walk(db, name.c_str());
-        db.Save((dir / "g.mdb").c_str());
-        OpenDB back(SYS_StringBase((dir / "g.mdb").c_str()));
-        auto const reloaded = back.Texts();
-        for (auto const& entry : texts)
-            if (entry.first >= 0) {
-                EXPECT_EQ(reloaded.at(entry.first), entry.second);
-            }
-    }
-    // A directory opens as a stream but reads nothing.
     OpenDB directory(SYS_StringBase(dir.Path().c_str()), 0);
+    EXPECT_TRUE(directory.HasKeys());
     EXPECT_TRUE(directory.Texts().empty());
-    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(Walk(directory, ""), (std::vector<std::pair<int32_t, std::string>>{}));
 }
 
 TEST(MessageDB, TextsAreReadFromTheFileAfterATemporaryClose) {

@@ -114,6 +114,8 @@ private:
     void Clear();
     // Parses `path` (null: clears), as operator= does.
     void Assign(char const* path);
+    // What every reader does first: parses a non-null `path`, then rebuilds.
+    void Prepare(char const* path);
     // The byte of DirectorySeparators at DefaultSeparator (the backslash when out of range).
     static char DefaultSeparatorChar();
 };

@@ -32,7 +32,7 @@
 // the operation is its own inverse. Get returns the value its variable holds afterwards; a short
 // read is not reported, and the variable then keeps its old bytes beyond those read.
 //
-// Undefined elsewhere, settled here:
+// Corner cases:
 //   - GetLine with a negative maxLength reads nothing and returns an empty string.
 //   - PopPosition with an empty stack does nothing (no seek).
 //   - A bring-back refused for lack of file handles asks the manager to close another file and
@@ -52,7 +52,15 @@
 // Get, Put, WriteLine and the position stack. The destructor is not virtual: do not delete a
 // derived file through a pointer to SFM_File.
 //
-// Not thread-safe: any operation on any file may close another file through the manager.
+// Not thread-safe: any operation on any file may close another file through the manager. Since a
+// file belongs to one thread, its reads and writes use the C library's unlocked stream calls where
+// there are such (fread_unlocked and its kin), which do the same without taking the stream's lock.
+// Without a manager the file still works, but every operation that needs one is a failed check
+// and no event is raised.
+//
+// Re-entrancy. Listeners of the manager's event run inside these operations. A listener may use
+// any file, the one the event is about included (it may close it; the operation then finds it
+// closed); it must not destroy the file whose operation is under way.
 #ifndef MORTAR_SFM_SFMFILE_H
 #define MORTAR_SFM_SFMFILE_H
 

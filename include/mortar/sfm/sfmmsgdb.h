@@ -142,7 +142,9 @@ public:
     /// The key of the section's message number 0 (Base + 1); -1 when there is no such section.
     int32_t GetSectionBase(SYS_StringBase name);
     /// Writes the compiled form to the file `name` (mode "w+b"); a file that does not open is
-    /// reported through the manager's events only.
+    /// reported through the manager's events only. The texts are read before the file is opened,
+    /// so a database may be saved over its own file; this object then reads that file with the
+    /// key table of the old one, so load it anew.
     void Save(SYS_StringBase name);
     /// 1.
     virtual int IsValid();
