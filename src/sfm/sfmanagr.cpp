@@ -65,8 +65,6 @@ SFM::~SFM() {
     // FileEvent and the list go with the members.
 }
 
-SFM* SFM::GetManager() { return Instance; }
-
 int SFM::GetThrowMemException() { return s_bThrowMemException; }
 
 void SFM::SetThrowMemException(int value) { s_bThrowMemException = value; }
@@ -98,7 +96,7 @@ int SFM::IsValid() {
 }
 
 SFM::EventCode SFM::Event(EventCode code, SFM_EventData& data) {
-    data.SetResult(EC_None);
+    data.m_Result = EC_None; // SetResult(EC_None), which never fails its check
     data.m_Error = mortar::GetLastError();
 
     if (code == EC_OpenFailed && data.m_Error == kTooManyOpenFiles && TempCloseSomeFile()) return EC_Retry;

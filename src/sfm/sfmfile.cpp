@@ -308,8 +308,10 @@ int SFM_File::ReOpen(SYS_StringBase const& name, SYS_StringBase const& mode) {
 int SFM_File::IsValid() { return 1; }
 
 int SFM_File::Open(SYS_StringBase mode) {
-    MORTAR_CHECK(!IsOpen(), "");
-    if (IsOpen()) Close();
+    if (IsOpen()) {
+        MORTAR_CHECK(false, "");
+        Close();
+    }
     MORTAR_CHECK(SFM::Instance != nullptr, "");
     SFM_FileStream::Record record(*this);
     SFM_EventData& data = record;

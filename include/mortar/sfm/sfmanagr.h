@@ -102,7 +102,7 @@ public:
     EventCode Event(EventCode code, SFM_EventData& data);
 
     /// The manager, or null when there is none.
-    static SFM* GetManager();
+    static SFM* GetManager() { return Instance; }
 
     /// A process-wide flag for clients (1 from the start); the library never acts on it.
     static int GetThrowMemException();
