@@ -143,7 +143,7 @@ public:
     /// fopen with `mode`, which becomes the stored mode, or with the stored mode when `mode` is
     /// empty. Success raises EC_Opened, drops the cached length and returns 1. A refusal raises
     /// EC_OpenFailed and tries again while the answer is EC_Retry, else returns 0. Opening an
-    /// open file is a failed check (it goes on all the same).
+    /// open file is a failed check; the file is then closed, with its events, and opened again.
     virtual int Open(SYS_StringBase mode = SYS_StringBase());
     /// 1 when the stream's end-of-file indicator is set or the position equals the length. No
     /// seek while the cached length stands. A file that is not open is a failed check (result 1).
