@@ -116,7 +116,7 @@ void BM_Reload(benchmark::State& state) {
     }
     state.SetItemsProcessed(state.iterations() * n);
 }
-BENCHMARK(BM_Reload)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Reload)->Arg(1000)->Arg(3000)->Arg(10000)->Arg(30000)->Arg(100000)->Arg(300000)->Unit(benchmark::kMillisecond);
 
 void BM_CopyStableSort(benchmark::State& state) {
     int const n = static_cast<int>(state.range(0));
@@ -130,7 +130,7 @@ void BM_CopyStableSort(benchmark::State& state) {
     }
     state.SetItemsProcessed(state.iterations() * n);
 }
-BENCHMARK(BM_CopyStableSort)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_CopyStableSort)->Arg(1000)->Arg(3000)->Arg(10000)->Arg(30000)->Arg(100000)->Arg(300000)->Unit(benchmark::kMillisecond);
 
 void BM_CopyStableSortInlined(benchmark::State& state) {
     int const n = static_cast<int>(state.range(0));

@@ -314,6 +314,13 @@ BENCHMARK(BM_Sort_StdSort)->DenseRange(Random, Distinct16)->Unit(benchmark::kMil
 BENCHMARK(BM_Sort_Qsort)->Arg(Random)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_SortExact_Array)->Apply(ExactSortArgs)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_SortExact_StdSort)->Apply(ExactSortArgs)->Unit(benchmark::kMillisecond);
+
+// How the sorts scale: random ints from 1K to 1M (for the plot of bench/report).
+void ScalingArgs(benchmark::internal::Benchmark* b) {
+    for (int64_t n = 1024; n <= kMillion; n *= 4) b->Args({Random, n});
+}
+BENCHMARK(BM_SortExact_Array)->Name("BM_SortScaling_Array")->Apply(ScalingArgs)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_SortExact_StdSort)->Name("BM_SortScaling_StdSort")->Apply(ScalingArgs)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Find_ArrayFindItemPosition)->Arg(1000)->Arg(kMillion)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Find_StdEqualRange)->Arg(1000)->Arg(kMillion)->Unit(benchmark::kMicrosecond);
 
