@@ -13,6 +13,8 @@
 // once a first frame has been drawn, counted by the replaced operator new below.
 #include <mortar/ui/CDynamic.h>
 
+#include "support/allocation_counter.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -24,23 +26,6 @@
 #include <variant>
 #include <vector>
 
-namespace {
-std::uint64_t g_allocations = 0;
-}
-
-// Counts every allocation of the program. Out of line, so that the compiler does not pair the
-// malloc and free inside with the new and delete expressions of the callers.
-__attribute__((noinline)) void* operator new(std::size_t size) {
-    ++g_allocations;
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-__attribute__((noinline)) void operator delete(void* p) noexcept {
-    std::free(p);
-}
-__attribute__((noinline)) void operator delete(void* p, std::size_t) noexcept {
-    std::free(p);
-}
 
 namespace {
 
@@ -165,9 +150,9 @@ void RunFrames(benchmark::State& state, F&& frame) {
     frame();
     std::uint64_t allocations = 0;
     for (auto _ : state) {
-        std::uint64_t const start = g_allocations;
+        std::uint64_t const start = bench::Allocations();
         frame();
-        allocations += g_allocations - start;
+        allocations += bench::Allocations() - start;
     }
     state.counters["ns/record"] = benchmark::Counter(kRecords, benchmark::Counter::kIsIterationInvariantRate |
                                                                    benchmark::Counter::kInvert);

@@ -12,6 +12,8 @@
 
 #include <mortar/scc/SCC_Event.h>
 
+#include "support/allocation_counter.h"
+
 #include <benchmark/benchmark.h>
 #include <boost/signals2.hpp>
 #include <sigc++/sigc++.h>
@@ -23,23 +25,6 @@
 #include <new>
 #include <vector>
 
-namespace {
-std::uint64_t g_allocations = 0;
-}
-
-// Counts every allocation of the program. Out of line, so that the compiler does not pair the
-// malloc and free inside with the new and delete expressions of the callers.
-__attribute__((noinline)) void* operator new(std::size_t size) {
-    ++g_allocations;
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-__attribute__((noinline)) void operator delete(void* p) noexcept {
-    std::free(p);
-}
-__attribute__((noinline)) void operator delete(void* p, std::size_t) noexcept {
-    std::free(p);
-}
 
 namespace {
 
@@ -52,7 +37,7 @@ Callback Listener(int i) {
 // Reports the allocations per iteration made since `start`.
 void ReportAllocations(benchmark::State& state, std::uint64_t start) {
     state.counters["allocs"] =
-        static_cast<double>(g_allocations - start) / static_cast<double>(state.iterations());
+        static_cast<double>(bench::Allocations() - start) / static_cast<double>(state.iterations());
 }
 
 // ---- Notify -----------------------------------------------------------------------------
@@ -77,7 +62,7 @@ void BM_Notify_MortarCallbackHook(benchmark::State& state) {
         notifier.Add(hooks.back().get());
     }
     int data = 0;
-    std::uint64_t const start = g_allocations;
+    std::uint64_t const start = bench::Allocations();
     for (auto _ : state) {
         notifier.Notify(1, &data);
         benchmark::DoNotOptimize(data);
@@ -154,7 +139,7 @@ void BM_ConnectDisconnect_Mortar(benchmark::State& state) {
         resident.back()->Connect(&notifier);
     }
     SCC_EventHook<int> hook(0, &bench::ListenAdd);
-    std::uint64_t const start = g_allocations;
+    std::uint64_t const start = bench::Allocations();
     for (auto _ : state) {
         hook.Connect(&notifier);
         benchmark::ClobberMemory();
@@ -168,7 +153,7 @@ void BM_ConnectDisconnect_Sigc(benchmark::State& state) {
     sigc::signal<int(int, int*)> signal;
     for (int i = 0; i < kResident; ++i)
         signal.connect(sigc::ptr_fun(Listener(i)));
-    std::uint64_t const start = g_allocations;
+    std::uint64_t const start = bench::Allocations();
     for (auto _ : state) {
         sigc::connection connection = signal.connect(sigc::ptr_fun(&bench::ListenAdd));
         benchmark::ClobberMemory();
@@ -182,7 +167,7 @@ void BM_ConnectDisconnect_BoostSignals2(benchmark::State& state) {
     BoostSignal signal;
     for (int i = 0; i < kResident; ++i)
         signal.connect(Listener(i));
-    std::uint64_t const start = g_allocations;
+    std::uint64_t const start = bench::Allocations();
     for (auto _ : state) {
         boost::signals2::connection connection = signal.connect(&bench::ListenAdd);
         benchmark::ClobberMemory();

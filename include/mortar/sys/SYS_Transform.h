@@ -18,6 +18,10 @@
 #include <cmath>
 #include <cstdint>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace mortar::detail {
 
 /// The truncated remainder by a full turn: keeps the sign, so -90 degrees stays negative.
@@ -314,6 +318,22 @@ public:
     void Transform(SYS_Point* p) const noexcept {
         if (!p) return;
         double const x = p->x, y = p->y;
+#if defined(__SSE2__)
+        // Both coordinates at once: the same products and sums (a sum of two products is the
+        // same whichever comes first), the half with the sign of the value, and a truncating
+        // conversion that gives 0x80000000 for anything it can't hold; only then does the
+        // defined conversion of RoundHalfAway decide.
+        __m128d const r = _mm_add_pd(_mm_add_pd(_mm_mul_pd(_mm_set_pd(m11, m01), _mm_set1_pd(y)),
+                                                _mm_mul_pd(_mm_set_pd(m10, m00), _mm_set1_pd(x))),
+                                     _mm_set_pd(m12, m02));
+        __m128d const v = _mm_add_pd(r, _mm_or_pd(_mm_and_pd(r, _mm_set1_pd(-0.0)), _mm_set1_pd(0.5)));
+        __m128i const q = _mm_cvttpd_epi32(v);
+        if ((_mm_movemask_epi8(_mm_cmpeq_epi32(q, _mm_set1_epi32(INT32_MIN))) & 0xFF) == 0) {
+            p->x = _mm_cvtsi128_si32(q);
+            p->y = _mm_cvtsi128_si32(_mm_srli_si128(q, 4));
+            return;
+        }
+#endif
         p->x = mortar::RoundHalfAway((m01 * y + m00 * x) + m02);
         p->y = mortar::RoundHalfAway((m10 * x + m11 * y) + m12);
     }
