@@ -1,16 +1,15 @@
-// Remembered handles under random change, checked after every step against a plain model: the
-// set of (type, handle) pairs that must be saved. The client has objects of three types, each
-// type with a notifier; objects are saved and deleted through the table, and removed, cleared
-// and renumbered behind its back through the notifiers. The table must follow by itself, keep
-// its order (type, then handle) for every lookup, and let each entry die with its pair.
+// Remembered handles under random change, checked after every step against the set of (type,
+// handle) pairs that must be saved. Pairs are saved and deleted through the table, and removed,
+// cleared and renumbered behind its back through one notifier per type. The table must follow,
+// keep its order (type, then handle) for every lookup, and let each entry die with its pair.
 #include <mortar/scc/SCC_SavedHandles.h>
-#include <mortar/scc/SCC_StdCollection.h>
 
 #include "support/model_seed.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
+#include <algorithm>
+#include <iterator>
 #include <random>
 #include <set>
 #include <utility>
@@ -20,11 +19,15 @@ namespace {
 constexpr int kTypes = 3;
 constexpr int kHandles = 24;
 
-// The client: a notifier per type, and the current renumbering of each type's objects.
+// The client: a notifier per type, and the shift by which a code 8 renumbers a type's handles.
 struct Client {
     SCC_Notifier notifier[kTypes + 1];
-    std::map<int, int> renumber[kTypes + 1]; // old handle -> new handle, during a code 8
+    int shift[kTypes + 1] = {};
 };
+
+int Renumber(int handle, int shift) {
+    return (handle - 1 + shift) % kHandles + 1;
+}
 
 int g_LiveEntries = 0;
 
@@ -36,11 +39,7 @@ public:
     }
     ~Entry() override { --g_LiveEntries; }
     SCC_Notifier* GetChangeEvent() override { return &m_Client->notifier[m_Type]; }
-    void OnUpdatePointers() override {
-        auto const& map = m_Client->renumber[m_Type];
-        auto const it = map.find(m_Handle);
-        if (it != map.end()) m_Handle = it->second;
-    }
+    void OnUpdatePointers() override { m_Handle = Renumber(m_Handle, m_Client->shift[m_Type]); }
 
 private:
     Client* m_Client;
@@ -51,8 +50,8 @@ public:
     explicit Table(Client* client) : m_Client(client) {}
     // The factory refuses odd handles of type 3: such pairs can't be remembered.
     SCC_SharedPointer<SCC_HandleWithEvent> CreateByType(int handle, int32_t type) override {
-        if (type == 3 && handle % 2 != 0) return SCC_SharedPointer<SCC_HandleWithEvent>();
-        return SCC_SharedPointer<SCC_HandleWithEvent>(new Entry(handle, type, this, m_Client));
+        if (type == 3 && handle % 2 != 0) return nullptr;
+        return new Entry(handle, type, this, m_Client);
     }
 
 private:
@@ -75,7 +74,8 @@ public:
         case 3: { // Save
             bool const refused = type == 3 && handle % 2 != 0;
             bool const known = m_Model.count({type, handle}) > 0;
-            ASSERT_EQ(m_Table.Save(handle, type), known || refused ? 0 : 1) << "Save " << type << "/" << handle;
+            ASSERT_EQ(m_Table.Save(handle, type), known || refused ? 0 : 1)
+                << "Save " << type << "/" << handle;
             if (!refused) m_Model.insert({type, handle});
             break;
         }
@@ -90,22 +90,19 @@ public:
             break;
         case 8: { // the whole data set is cleared: every entry goes, if any entry listens there
             if (m_Rng() % 6 != 0) break;
-            bool heard = false;
-            for (Pair const& p : m_Model) heard |= p.first == type;
+            bool const heard =
+                std::any_of(m_Model.begin(), m_Model.end(), [&](Pair const& p) { return p.first == type; });
             m_Client.notifier[type].Notify(CN_AllRemoved, nullptr);
             if (heard) m_Model.clear();
             break;
         }
         case 9: { // the objects of a type move: every handle of the type is renumbered
-            std::map<int, int>& map = m_Client.renumber[type];
-            map.clear();
-            int const shift = static_cast<int>(m_Rng() % 7) + 1;
-            for (int h = 1; h <= kHandles; ++h) map[h] = (h - 1 + shift) % kHandles + 1;
+            int const shift = m_Client.shift[type] = static_cast<int>(m_Rng() % 7) + 1;
             m_Client.notifier[type].Notify(CN_HandlesChanged, nullptr);
             std::set<Pair> moved;
-            for (Pair const& p : m_Model) moved.insert(p.first == type ? Pair{type, map[p.second]} : p);
+            for (Pair const& p : m_Model)
+                moved.insert(p.first == type ? Pair{type, Renumber(p.second, shift)} : p);
             m_Model.swap(moved);
-            map.clear();
             break;
         }
         case 10: // a notification the table ignores
@@ -117,13 +114,10 @@ public:
             bool const known = m_Model.count({type, handle}) > 0;
             ASSERT_EQ(found != nullptr, known) << "Find " << type << "/" << handle;
             if (known) {
-                ASSERT_EQ(found->GetHandle(), handle);
-                ASSERT_EQ(found->GetType(), type);
+                ASSERT_EQ(Pair(found->GetType(), found->GetHandle()), Pair(type, handle));
             }
             // Where the pair is, or where it belongs: the number of smaller pairs.
-            int32_t smaller = 0;
-            for (Pair const& p : m_Model) smaller += p < Pair{type, handle};
-            ASSERT_EQ(position, smaller);
+            ASSERT_EQ(position, std::distance(m_Model.begin(), m_Model.lower_bound({type, handle})));
             break;
         }
         }
@@ -133,7 +127,8 @@ public:
 private:
     void Check() {
         ASSERT_EQ(m_Table.GetCount(), static_cast<int>(m_Model.size()));
-        ASSERT_EQ(g_LiveEntries, static_cast<int>(m_Model.size())) << "an entry outlived its pair, or died early";
+        ASSERT_EQ(g_LiveEntries, static_cast<int>(m_Model.size()))
+            << "an entry outlived its pair, or died early";
         if (m_Table.NeedsSorting()) return; // the order is restored by the next lookup
         int32_t i = m_Table.GetLowerBound();
         for (Pair const& p : m_Model) {
