@@ -1,14 +1,14 @@
 #include <mortar/sys/SYS_Convert.h>
 
+#include <support/comma_locale.h>
+
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <limits>
 #include <random>
 #include <string>
@@ -60,82 +60,37 @@ TEST(Convert, EachUnitHasItsNameDecimalsAndFactor) {
     EXPECT_EQ(outside.GetUnitPrecision(), 1) << "outside 0 to 6 the decimals cannot be set";
 }
 
-TEST(Convert, SetDataResetsEverySettingAndCopiesAreMemberwise) {
-    SYS_Convert conv(SYS_UnitInches, SYS_Point(5, -7));
-    EXPECT_EQ(conv.GetOrigin(), SYS_Point(5, -7));
-    EXPECT_EQ(SYS_Convert(SYS_Point(1, 2)).GetUnitType(), SYS_UnitMils);
+TEST(Convert, SetDataResetsEverySetting) {
+    SYS_Convert conv(SYS_UnitInches);
     conv.SetUnitPrecision(1);
     conv.SetUnitType(SYS_UnitMils);
     conv.SetUnitPrecision(4);
     conv.SetAnglePrecision(0);
     conv.SetZeroTrimMode(0);
-    SYS_Convert copy(conv);
-    EXPECT_EQ(copy.GetUnitPrecision(), 4);
-    copy.SetUnitType(SYS_UnitInches);
-    EXPECT_EQ(copy.Base2Str(19050000 / 4), "0.2") << "each unit keeps its decimals; 0.25 ties to even";
-    EXPECT_EQ(copy.Angle2Str(2700000), "2") << "1.5 degrees, no decimals";
-
-    copy.SetData(SYS_UnitMicron, SYS_Point(0, 0));
-    EXPECT_EQ(copy.GetUnitPrecision(), 2);
-    copy.SetUnitType(SYS_UnitInches);
-    EXPECT_EQ(copy.GetUnitPrecision(), 5) << "SetData drops every precision that was set";
-    EXPECT_EQ(copy.GetAnglePrecision(), 3);
-    EXPECT_EQ(copy.IsZeroTrimMode(), 1);
-    conv = copy;
-    EXPECT_EQ(conv.GetUnitPrecision(), 5);
-}
-
-TEST(Convert, UnitTypeObjWalksTheSevenUnits) {
-    SYS_Convert conv; // fills the names
-    SYS_Convert::UnitTypeObj units;
-    EXPECT_EQ(units.MaxHandle, 7);
-    EXPECT_EQ(units.GetType(), -1) << "handle 0 reads the fallback row";
-    std::vector<std::string> names;
-    std::vector<int> types;
-    for (units.GetFirst(nullptr); units.IsValid(); units.GetNext()) {
-        names.push_back(units.GetName());
-        types.push_back(units.GetType());
-    }
-    EXPECT_EQ(names, (std::vector<std::string>{"Mils", "Metric", "Inches", "Micron", "PDF units",
-                                               "Basic ASCII PCB units", ""}));
-    EXPECT_EQ(types, (std::vector<int>{0, 1, 2, 3, 4, 5, 6}));
-    for (int handle : {8, -1, kMin, kMax}) {
-        units.SetHandle(handle, nullptr);
-        EXPECT_EQ(units.GetType(), -1) << handle;
-        EXPECT_STREQ(units.GetName(), "");
-    }
-    units.SetHandle(3, nullptr);
-    SYS_Convert::UnitTypeObj copy(units);
-    static_cast<SYS_StdInterface&>(copy).GetNext();
-    EXPECT_STREQ(copy.GetName(), "Micron");
+    conv.SetUnitType(SYS_UnitInches);
+    EXPECT_EQ(conv.Base2Str(19050000 / 4), "0.2") << "each unit keeps its decimals; 0.25 ties to even";
+    EXPECT_EQ(conv.Angle2Str(2700000), "2") << "1.5 degrees, no decimals";
+    conv.SetData(SYS_UnitMicron, SYS_Point(0, 0));
+    conv.SetUnitType(SYS_UnitInches);
+    EXPECT_EQ(conv.Base2Str(19050000 / 4), "0.25") << "SetData drops every precision set, trims again";
+    EXPECT_EQ(conv.Angle2Str(2700000), "1.5");
 }
 
 TEST(Convert, User2BaseRoundsHalvesAwayAndReportsOverflow) {
+    // A Basic ASCII unit is half a base unit; past INT32_MAX, infinity and NaN give INT32_MIN.
     struct Case {
-        char const* name;
         SYS_UnitType type;
         double v;
         int32_t base;
     } const cases[] = {
-        {"one mil", SYS_UnitMils, 1.0, 19050},
-        {"tiny negative", SYS_UnitMils, -0.00001, 0},
-        {"negative zero", SYS_UnitMils, -0.0, 0},
-        {"half up", SYS_UnitBasicAscii, 3.0, 2},
-        {"half down", SYS_UnitBasicAscii, -3.0, -2},
-        {"too large", SYS_UnitMils, 200000.0, kMin},
-        {"too small", SYS_UnitMils, -200000.0, kMin},
-        {"largest whole mils", SYS_UnitMils, 112728.0, 2147468400},
-        {"INT32_MAX", kFallback, 2147483647.0, kMax},
-        {"above INT32_MAX", kFallback, 2147483647.25, kMin},
-        {"-INT32_MAX", kFallback, -2147483647.0, -kMax},
-        {"infinity", SYS_UnitInches, kInf, kMin},
-        {"NaN", SYS_UnitInches, std::nan(""), kMin},
+        {SYS_UnitMils, -0.00001, 0},          {SYS_UnitBasicAscii, 3.0, 2},
+        {SYS_UnitBasicAscii, -3.0, -2},       {SYS_UnitMils, 200000.0, kMin},
+        {SYS_UnitMils, 112728.0, 2147468400}, {kFallback, 2147483647.0, kMax},
+        {kFallback, 2147483647.25, kMin},     {SYS_UnitInches, kInf, kMin},
+        {SYS_UnitInches, std::nan(""), kMin},
     };
     for (auto const& c : cases)
-        EXPECT_EQ(SYS_Convert(c.type).User2Base(c.v), c.base) << c.name;
-    SYS_Convert inches(SYS_UnitInches);
-    EXPECT_EQ(inches.User2BaseDouble(0.5), 9525000.0);
-    EXPECT_EQ(inches.Base2User(9525000), 0.5);
+        EXPECT_EQ(SYS_Convert(c.type).User2Base(c.v), c.base) << c.v << " in unit " << c.type;
 }
 
 TEST(Convert, TextToNumberTakesTheWholeTextInTheCGrammar) {
@@ -144,11 +99,9 @@ TEST(Convert, TextToNumberTakesTheWholeTextInTheCGrammar) {
         int ok;
         double value;
     } const doubles[] = {
-        {"", 1, 0.0},       {" \t\n-2.25", 1, -2.25}, {"+3e2", 1, 300.0}, {"0x1.8p3", 1, 12.0},
-        {".5", 1, 0.5},     {"5.", 1, 5.0},           {"-inf", 1, -kInf}, {"Infinity", 1, kInf},
-        {"1.5 ", 0, 1.5},   {"1,5", 0, 1.0},          {"10mil", 0, 10.0}, {" ", 0, 0.0},
-        {".", 0, 0.0},      {"1e", 0, 1.0},           {"1e400", 0, kInf}, {"-1e400", 0, -kInf},
-        {"1e-400", 0, 0.0}, {"0x", 0, 0.0},
+        {"", 1, 0.0},         {" \t\n-2.25", 1, -2.25}, {"0x1.8p3", 1, 12.0}, {"-inf", 1, -kInf},
+        {"Infinity", 1, kInf}, {"1,5", 0, 1.0},           {"10mil", 0, 10.0},   {"1e400", 0, kInf},
+        {"1e-400", 0, 0.0},
     };
     for (auto const& c : doubles) {
         double v = 99.0;
@@ -165,16 +118,9 @@ TEST(Convert, TextToNumberTakesTheWholeTextInTheCGrammar) {
         int32_t value;
         bool range;
     } const longs[] = {
-        {"", 1, 0, false},
-        {" +12", 1, 12, false},
-        {"2147483647", 1, kMax, false},
-        {"-2147483648", 1, kMin, false},
-        {"2147483648", 0, kMax, true},
-        {"-2147483649", 0, kMin, true},
-        {"99999999999999999999999", 0, kMax, true},
-        {"1.5", 0, 1, false},
-        {"0x10", 0, 0, false},
-        {"9999999999x", 0, kMax, true},
+        {"", 1, 0, false},             {"2147483647", 1, kMax, false}, {"-2147483648", 1, kMin, false},
+        {"2147483648", 0, kMax, true}, {"-2147483649", 0, kMin, true}, {"1.5", 0, 1, false},
+        {"0x10", 0, 0, false},         {"9999999999x", 0, kMax, true},
     };
     for (auto const& c : longs) {
         errno = 0;
@@ -223,12 +169,10 @@ TEST(Convert, LengthsAnglesAndMeasuresFromText) {
         {"56", 1, 1, 1, SYS_COORD_LIMIT, SYS_COORD_LIMIT, 100800000},
         {"-56", 1, 0, 1, -SYS_COORD_LIMIT, 0, -100800000},
         {"56.01", 0, 1, 1, 0, 1066990500, 100818000},
-        {"-56.01", 0, 0, 1, 0, 0, -100818000},
         {"-1", 1, 0, 1, -19050000, 0, -1800000},
         {"1.0000005", 1, 1, 1, 19050010, 19050010, 1800000}, // angles are cut, not rounded
         {"-0.0000005", 1, 0, 1, -10, 0, 0},
         {"10mil", 0, 0, 0, 0, 0, 0},
-        {"1e400", 0, 0, 0, 0, 0, 0},
         {"inf", 0, 1, 1, 0, kMin, kMax},
         {"nan", 0, 1, 1, 0, kMin, 0},
         {"1e10", 0, 1, 1, 0, kMin, kMax},
@@ -253,8 +197,7 @@ TEST(Convert, LengthsAnglesAndMeasuresFromText) {
 
 TEST(Convert, TrimStrNumber) {
     std::pair<std::string, std::string> const cases[] = {
-        {"1.500", "1.5"}, {"2.000", "2"}, {"-0.00", "-0"},     {"100", "100"},   {"", ""},
-        {".000", ""},     {"5.", "5"},    {"10.050", "10.05"}, {"-nan", "-nan"}, {"1000.0001", "1000.0001"},
+        {"2.000", "2"}, {"-0.00", "-0"}, {"100", "100"}, {".000", ""}, {"10.050", "10.05"}, {"-nan", "-nan"},
     };
     for (auto c : cases) {
         SYS_Convert::TrimStrNumber(c.first.data());
@@ -266,19 +209,15 @@ TEST(Convert, NumbersToTextAsPrintfFormatsThem) {
     SYS_Convert mils;
     EXPECT_EQ(mils.Base2Str(19050), "1");
     EXPECT_EQ(mils.Base2Str(-1), "-0") << "a value that rounds to zero keeps its sign";
-    EXPECT_EQ(mils.Base2Str(-0.0), "-0");
     EXPECT_EQ(mils.Base2Str(2381.25), "0.12") << "0.125 exactly: the tie goes to even";
-    EXPECT_EQ(mils.Base2Str(7143.75), "0.38");
     EXPECT_EQ(mils.Base2Str(-kInf), "-inf");
     mils.SetZeroTrimMode(0);
     EXPECT_EQ(mils.Base2Str(19050), "1.00");
-    EXPECT_EQ(mils.Base2Str(kMin), "-112728.80");
     mils.SetUnitPrecision(-1);
     EXPECT_EQ(mils.Base2Str(19050), "1.000000") << "a negative precision means 6";
 
     SYS_Convert angles;
     EXPECT_EQ(angles.Angle2Str(162000000), "90");
-    EXPECT_EQ(angles.Angle2Str(kMin), "-1193.046");
     angles.SetZeroTrimMode(0);
     EXPECT_EQ(angles.Angle2Str(162000000), "90.000");
     EXPECT_EQ(angles.Angle2Str(-1), "-0.000");
@@ -308,8 +247,7 @@ TEST(Convert, BufferFormsStayWithinTheirSize) {
         unsigned size;
         int trim;
         char const* text;
-    } const cases[] = {{8, 0, "123.00"}, {7, 0, "123.00"}, {6, 0, "123.0"}, {6, 1, "123"},
-                       {4, 0, "123"},    {3, 1, "12"},     {1, 0, ""}};
+    } const cases[] = {{7, 0, "123.00"}, {6, 0, "123.0"}, {6, 1, "123"}, {3, 1, "12"}, {1, 0, ""}};
     for (auto const& c : cases) {
         std::memset(buf, 'X', sizeof buf);
         mils.SetZeroTrimMode(c.trim);
@@ -333,71 +271,36 @@ TEST(Convert, BufferFormsStayWithinTheirSize) {
         mils.Base2Str(big.data(), static_cast<unsigned>(big.size()), kMin);
         EXPECT_EQ(std::string(big.data()), expected.substr(0, 1999));
     }
-    mils.SetZeroTrimMode(1);
-    EXPECT_EQ(mils.Base2Str(19050), "1");
 }
 
 TEST(Convert, CoordinatesAreTakenFromTheOriginAndAlignToTheGrid) {
     SYS_Convert conv(SYS_UnitMils, SYS_Point(19050, -19050));
-    EXPECT_EQ(conv.CoordX2String(38100), "1");
     EXPECT_EQ(conv.CoordY2String(0), "1");
     EXPECT_EQ(conv.Measure2String(38100), "2") << "a measure ignores the origin";
-    EXPECT_EQ(conv.Point2String(SYS_Point(28575, 0)), "(0.5,1)");
-    SYS_StringBase const prefix("at ");
-    EXPECT_EQ(conv.Point2String(prefix, SYS_Point(28575, 0)), "at (0.5,1)");
-    EXPECT_EQ(conv.CoordX2String(prefix, 38100), "at 1");
-    EXPECT_EQ(conv.CoordY2String(prefix, 0), "at 1");
-    EXPECT_EQ(conv.Measure2String(prefix, -19050), "at -1");
-    conv.SetOrigin(SYS_Point(0, 0));
-    EXPECT_EQ(conv.Point2String(SYS_Point(19050, 0)), "(1,0)");
+    EXPECT_EQ(conv.Point2String(SYS_StringBase("at "), SYS_Point(28575, 0)), "at (0.5,1)");
+    EXPECT_EQ(conv.CoordX2String(SYS_StringBase("at "), 38100), "at 1");
     SYS_Convert raw(kFallback, SYS_Point(1, -1));
     EXPECT_EQ(raw.Point2String(SYS_Point(kMin, kMax)), "(2147483647,-2147483648)") << "the difference wraps";
-
-    EXPECT_EQ(conv.GetMinRoutingGrid(), 1);
-    for (int32_t v : {0, -1, 12345, kMin, kMax}) {
-        EXPECT_EQ(conv.AlignToMinRoutingGrid(v), v);
-        EXPECT_EQ(conv.IsAlignedToMinRoutingGrid(SYS_Point(v, 7)), 1);
-    }
-}
-
-// Sets LC_NUMERIC to a locale with a decimal comma: an installed German or French locale, or a
-// German one built with localedef into `built`. False when neither is possible.
-bool SetCommaLocale(std::filesystem::path& built) {
-    for (char const* name : {"de_DE.UTF-8", "de_DE.utf8", "de_DE", "fr_FR.UTF-8", "fr_FR.utf8"})
-        if (std::setlocale(LC_NUMERIC, name) != nullptr) return true;
-    char dir[] = "/tmp/mortar_locale_XXXXXX";
-    if (mkdtemp(dir) == nullptr) return false;
-    built = dir;
-    std::string const command =
-        "localedef -i de_DE -f UTF-8 " + (built / "de_DE.UTF-8").string() + " 2>/dev/null";
-    if (std::system(command.c_str()) == -1) return false;
-    setenv("LOCPATH", dir, 1);
-    return std::setlocale(LC_NUMERIC, "de_DE.UTF-8") != nullptr;
+    EXPECT_EQ(conv.AlignToMinRoutingGrid(kMin), kMin);
+    EXPECT_EQ(conv.AlignToMinRoutingGrid(kMax), kMax);
 }
 
 TEST(Convert, TextUsesAPointWhateverTheLocale) {
-    std::filesystem::path built;
-    bool const comma = SetCommaLocale(built) && Printf(1.5, 1, false) == "1,5";
-    if (comma) {
-        SYS_Convert mils;
-        EXPECT_EQ(mils.Base2Str(28575), "1.5");
-        EXPECT_EQ(mils.Angle2Str(2700000), "1.5");
-        EXPECT_EQ(mils.Point2String(SYS_Point(28575, -28575)), "(1.5,-1.5)");
-        mils.SetUnitPrecision(12);
-        EXPECT_EQ(mils.Base2Str(1), "0.000052493438") << "the long way too";
-        int32_t base = 0;
-        EXPECT_EQ(mils.Str2Base("1.5", &base), 1);
-        EXPECT_EQ(base, 28575);
-        EXPECT_EQ(mils.Str2Base("1,5", &base), 0);
-        double d = 0;
-        EXPECT_EQ(SYS_Convert::Str2Double(" -2.25e1", &d), 1) << "the long way too";
-        EXPECT_EQ(d, -22.5);
-    }
-    std::setlocale(LC_NUMERIC, "C");
-    unsetenv("LOCPATH");
-    if (!built.empty()) std::filesystem::remove_all(built);
-    if (!comma)
-        GTEST_SKIP() << "no locale with a decimal comma is installed, and localedef could not build one";
+    mortar_test::CommaLocale comma;
+    if (!comma.Active()) GTEST_SKIP() << "no locale with a decimal comma, and localedef could not build one";
+    SYS_Convert mils;
+    EXPECT_EQ(mils.Base2Str(28575), "1.5");
+    EXPECT_EQ(mils.Angle2Str(2700000), "1.5");
+    EXPECT_EQ(mils.Point2String(SYS_Point(28575, -28575)), "(1.5,-1.5)");
+    mils.SetUnitPrecision(12);
+    EXPECT_EQ(mils.Base2Str(1), "0.000052493438") << "the long way too";
+    int32_t base = 0;
+    EXPECT_EQ(mils.Str2Base("1.5", &base), 1);
+    EXPECT_EQ(base, 28575);
+    EXPECT_EQ(mils.Str2Base("1,5", &base), 0);
+    double d = 0;
+    EXPECT_EQ(SYS_Convert::Str2Double(" -2.25e1", &d), 1) << "the long way too";
+    EXPECT_EQ(d, -22.5);
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <climits>
 #include <random>
 #include <stdexcept>
@@ -35,91 +34,48 @@ void ExpectThrowText(F f, char const* text) {
 #define EXPECT_TOO_LONG(statement) ExpectThrowText<std::length_error>([&] { statement; }, "string too long")
 
 TEST(StringBase, ConstructionAndAssignmentKeepEveryByte) {
-    EXPECT_EQ(Bytes(SYS_StringBase(nullptr)), "");
     EXPECT_EQ(Bytes(SYS_StringBase(static_cast<char const*>(nullptr), 5)), "");
-    EXPECT_EQ(Bytes(SYS_StringBase('\0', 2)), std::string(2, '\0'));
     SYS_StringBase source("a\0bc", 4), copy(source);
     copy.SetAt(0, 'z');
-    EXPECT_EQ(Bytes(copy), std::string("z\0bc", 4));
     EXPECT_EQ(Bytes(source), std::string("a\0bc", 4)) << "copies are deep";
-    SYS_StringBase moved(std::move(copy));
-    EXPECT_EQ(Bytes(moved), std::string("z\0bc", 4));
-    copy = "still usable";
-    EXPECT_EQ(copy.GetLength(), 12);
+    EXPECT_EQ(Bytes(SYS_StringBase(std::move(copy))), std::string("z\0bc", 4));
     EXPECT_TOO_LONG(SYS_StringBase('x', -1));
     EXPECT_TOO_LONG(SYS_StringBase("abc", -1));
 
     SYS_StringBase s("abcdef");
     s = s.GetString() + 3;
-    EXPECT_EQ(Bytes(s), "def");
     s = static_cast<SYS_StringBase const&>(s);
-    EXPECT_EQ(Bytes(s), "def");
-    s = nullptr;
-    EXPECT_EQ(s.IsEmpty(), 1);
+    EXPECT_EQ(Bytes(s), "def") << "own text and self-assignment";
     s = '\0';
     EXPECT_EQ(s.GetLength(), 1);
     EXPECT_EQ(s.Compare(""), 0) << "comparison stops at the NUL";
-    EXPECT_TRUE(s == '\0');
-    EXPECT_FALSE(SYS_StringBase() == '\0') << "a char equals only a string of length 1";
 
-    EXPECT_EQ(s.GetAt(-1), '\0');
-    EXPECT_EQ(s.GetAt(1), '\0');
-    s.SetAt(1, 'x');
-    EXPECT_EQ(Bytes(s), std::string(1, '\0'));
-}
+    unsigned short const wide[] = {'R', 0x20AC, 0x3042, 0}; // the euro sign is 0x80 in 1252
+    EXPECT_EQ(Bytes(SYS_StringBase(wide)), "R\x80?");
+    EXPECT_TRUE(wide == SYS_StringBase("R\x80?"));
 
-TEST(StringBase, WideTextAndComparisons) {
-    unsigned short const wide[] = {'R', 0x20AC, '1', 0}; // the euro sign is 0x80 in 1252
-    EXPECT_EQ(Bytes(SYS_StringBase(wide)), "R\x80"
-                                           "1");
-    EXPECT_TRUE(SYS_StringBase("R\x80"
-                               "1") == wide &&
-                wide == SYS_StringBase("R\x80"
-                                       "1"));
-    EXPECT_TRUE(SYS_StringBase("x") != wide);
-
-    struct Case {
-        char const *a, *b;
-        int sign;
-    } const cases[] = {
-        {"abc", "abd", -1}, {"abc", "abc", 0}, {"b", "abc", 1}, {"", "a", -1}, {"\xE9", "z", 1}};
-    for (Case const& c : cases) {
-        SCOPED_TRACE(std::string(c.a) + " vs " + c.b);
-        SYS_StringBase a(c.a), b(c.b);
-        EXPECT_EQ(a == b, c.sign == 0);
-        EXPECT_EQ(a < b, c.sign < 0);
-        EXPECT_EQ(a >= c.b, c.sign >= 0);
-        EXPECT_EQ(c.a < b, c.sign < 0) << "a text on the left keeps its sense";
-        EXPECT_EQ(c.a > b, c.sign > 0);
-        EXPECT_EQ(c.a != b, c.sign != 0);
-    }
+    EXPECT_TRUE("abd" > SYS_StringBase("abc") && "" < SYS_StringBase("a")) << "a text on the left";
+    EXPECT_TRUE(SYS_StringBase("\xE9") > "z") << "bytes compare unsigned";
     EXPECT_EQ(SYS_StringBase("ABC").CompareNoCase("abc"), 0);
-    EXPECT_TRUE(SYS_StringBase("a\0x", 3) == SYS_StringBase("a\0y", 3)) << "comparison stops at the NUL";
 }
 
-TEST(StringBase, ConcatenationStopsAtNul) {
+TEST(StringBase, ConcatenationStopsAtNulAndNumbersAppendInFull) {
     SYS_StringBase s("0123456789");
     s.ConcatCopy(3, s.GetString() + 7, -1, "ab\0c");
     EXPECT_EQ(Bytes(s), "789ab") << "sources inside the own text; a negative count runs to the NUL";
-    s = "ab";
-    s += '\0';
-    s << '\0';
-    EXPECT_EQ(Bytes(s), "ab") << "a NUL char adds nothing";
-    s << s << "!" << 'c';
-    EXPECT_EQ(Bytes(s), "abab!c");
-
+    s << '\0' << s << 'c';
+    EXPECT_EQ(Bytes(s), "789ab789abc") << "a NUL char adds nothing";
     SYS_StringBase n("a\0b", 3);
     n += n;
     EXPECT_EQ(Bytes(n), std::string("a\0ba", 4)) << "+= appends up to the NUL";
     n.Append(n);
     EXPECT_EQ(Bytes(n), std::string("a\0baa\0ba", 8)) << "Append takes every byte";
     EXPECT_TOO_LONG(n.Append("x", -1));
-    EXPECT_EQ(Bytes(n + SYS_StringBase("cd")), "acd");
-    EXPECT_EQ(Bytes('c' + SYS_StringBase("ab") + '\0' + "x"), "cabx");
+    EXPECT_EQ(Bytes('c' + n + '\0' + "x"), "cax");
 
     s.Empty();
-    s << INT32_MIN << ' ' << UINT32_MAX << ' ' << 0.1f << ' ' << 1e20;
-    EXPECT_EQ(Bytes(s), "-2147483648 4294967295 0.100000 100000000000000000000.000000");
+    s << INT32_MIN << ' ' << UINT32_MAX << ' ' << 0.1f << ' ' << 1e20 << ' ' << -7L << ' ' << (1ULL << 40);
+    EXPECT_EQ(Bytes(s), "-2147483648 4294967295 0.100000 100000000000000000000.000000 -7 1099511627776");
     s.Empty();
     s << -1.7976931348623157e308;
     EXPECT_EQ(s.GetLength(), 317) << "\"%f\" of the largest double";
@@ -127,17 +83,11 @@ TEST(StringBase, ConcatenationStopsAtNul) {
 
 TEST(StringBase, ExtractionEndsAtNulAndChecksPositions) {
     SYS_StringBase s("abc");
-    EXPECT_EQ(Bytes(s.Right(100)), "abc");
-    EXPECT_EQ(Bytes(s.Left(-1)), "abc");
-    EXPECT_EQ(Bytes(s.Mid(1, -1)), "bc");
-    EXPECT_EQ(Bytes(s.Mid(3)), "");
+    EXPECT_EQ(Bytes(s.Right(100)) + Bytes(s.Left(-1)) + Bytes(s.Mid(1, -1)) + Bytes(s.Mid(3)), "abcabcbc");
     EXPECT_BAD_POSITION(s.Right(-1));
     EXPECT_BAD_POSITION(s.Mid(4));
     EXPECT_BAD_POSITION(s.Mid(INT_MIN));
-    SYS_StringBase n("ab\0cd", 5);
-    EXPECT_EQ(Bytes(n.Mid(1)), "b");
-    EXPECT_EQ(Bytes(n.Right(2)), "cd");
-    EXPECT_EQ(Bytes(SYS_StringBase("  ab;c").SpanIncluding(" ")), "  ");
+    EXPECT_EQ(Bytes(SYS_StringBase("ab\0cd", 5).Mid(1)), "b");
     EXPECT_EQ(Bytes(SYS_StringBase("  ab;c").SpanExcluding(";")), "  ab");
 
     SYS_StringBase t(",,a,b");
@@ -148,11 +98,6 @@ TEST(StringBase, ExtractionEndsAtNulAndChecksPositions) {
     EXPECT_EQ(walk, "a@4 b@6 ");
     EXPECT_EQ(Bytes(t.Tokenize(",", pos)), "");
     EXPECT_EQ(pos, -1) << "a negative position stays";
-    pos = 3;
-    EXPECT_EQ(Bytes(SYS_StringBase("a; b;;").Tokenize("; ", pos)), "b");
-    EXPECT_EQ(pos, 5);
-    EXPECT_EQ(Bytes(SYS_StringBase("a; b;;").Tokenize("; ", pos)), "") << "only delimiters are left";
-    EXPECT_EQ(pos, -1);
     pos = 2;
     EXPECT_EQ(Bytes(t.Tokenize("", pos)), "a,b") << "without delimiters the rest comes back every time";
     EXPECT_EQ(pos, 2);
@@ -161,29 +106,21 @@ TEST(StringBase, ExtractionEndsAtNulAndChecksPositions) {
     EXPECT_EQ(pos, -1);
 }
 
-TEST(StringBase, Searches) {
+TEST(StringBase, SearchesAnswerPositionsOutsideTheText) {
     SYS_StringBase s("abcabc");
     EXPECT_EQ(SYS_StringBase("ab").Find("", 2), 2);
     EXPECT_EQ(SYS_StringBase("a").Find("", 2), -1);
-    EXPECT_EQ(s.Find("bc", 2), 4);
     EXPECT_EQ(s.Find("bc", -1), -1) << "a negative start is a huge one";
-    EXPECT_EQ(s.Find('c', -5), -1);
     EXPECT_EQ(SYS_StringBase("a\0bc", 4).Find("bc"), 2) << "Find sees every byte";
     EXPECT_EQ(s.FindOneOf("cx", 3), 5);
-    EXPECT_EQ(s.FindOneOf("a", 6), -1);
     EXPECT_EQ(s.FindOneOf("a", -1), -1);
-
     EXPECT_EQ(s.ReverseFind('a', -2), 3);
-    EXPECT_EQ(s.ReverseFind('c', 4), 2);
     EXPECT_EQ(s.ReverseFind('c', 6), -1);
     EXPECT_EQ(s.ReverseFind('\0', -2), 6);
     EXPECT_EQ(s.ReverseFind('\0', 3), -1);
-    EXPECT_EQ(SYS_StringBase().ReverseFind('a', -2), -1);
     EXPECT_EQ(SYS_StringBase("ab\0b", 4).ReverseFind('b'), 1) << "the search ends at the NUL";
-    EXPECT_EQ(s.ReverseFindOneOf("ab"), 4);
     EXPECT_EQ(s.ReverseFindOneOf("ab", 3), 3);
     EXPECT_EQ(s.ReverseFindOneOf("a", 2), -1) << "position 0 is not looked at";
-    EXPECT_EQ(s.ReverseFindOneOf("a", 6), -1);
 }
 
 // The in-place procedure: replace, then search on behind the inserted text.
@@ -196,15 +133,11 @@ std::string ReplaceModel(std::string text, std::string const& from, std::string 
 }
 
 TEST(StringBase, ReplaceAndEdits) {
-    SYS_StringBase s("aaaa");
-    EXPECT_EQ(s.Replace("aa", "a"), 2);
-    EXPECT_EQ(Bytes(s), "aa");
+    SYS_StringBase s("aa");
     EXPECT_EQ(s.Replace("", "x") + s.Replace("a", "a") + s.Replace('a', 'a'), 0);
-    EXPECT_EQ(Bytes(s), "aa");
     s = "a.b.c";
-    EXPECT_EQ(s.Replace('.', '/'), 2);
     EXPECT_EQ(s.Replace(s.GetString() + 3, "-"), 1) << "a pattern inside the own text";
-    EXPECT_EQ(Bytes(s), "a/b-");
+    EXPECT_EQ(Bytes(s), "a.b-");
 
     std::mt19937 random(7);
     std::uniform_int_distribution<int> letter(0, 2), length(0, 12);
@@ -227,34 +160,22 @@ TEST(StringBase, ReplaceAndEdits) {
     s = "abcdef";
     s.Delete(1, 2);
     s.Delete(2, 100);
-    s.Insert(1, "bc");
     s.Insert(0, '\0');
-    EXPECT_EQ(Bytes(s), std::string("\0abcd", 5));
-    s.Replace(0, 2, "xy");
-    s.Replace(3, -1, "!");
-    s.Replace(1, 2, s.GetString() + 2);
-    EXPECT_EQ(Bytes(s), "xb!!") << "the inserted text may come from the string itself";
-    EXPECT_BAD_POSITION(s.Insert(5, 'a'));
+    s.Replace(2, -1, "!");
+    s.Replace(0, 1, s.GetString() + 2);
+    EXPECT_EQ(Bytes(s), "!a!") << "the inserted text may come from the string itself";
+    EXPECT_BAD_POSITION(s.Insert(4, 'a'));
     EXPECT_BAD_POSITION(s.Delete(-1, 1));
-    EXPECT_BAD_POSITION(s.Replace(5, 0, "a"));
+    EXPECT_BAD_POSITION(s.Replace(4, 0, "a"));
     EXPECT_EQ(s.Remove('!'), 2);
-    EXPECT_EQ(Bytes(s), "xb");
 }
 
 TEST(StringBase, CaseTrimAndBuffer) {
     EXPECT_EQ(Bytes(SYS_StringBase("MiXed\xE9").MakeUpper()), "MIXED\xE9");
-    EXPECT_EQ(Bytes(SYS_StringBase(" \t\n x y \r\v\f").TrimLeft()), "x y \r\v\f");
-    EXPECT_EQ(Bytes(SYS_StringBase(" \t x y \f").AllTrim("")), "x y");
-    EXPECT_EQ(Bytes(SYS_StringBase("abcab").TrimRight("abc")), "");
-    EXPECT_EQ(Bytes(SYS_StringBase("abcab").TrimLeft("cba")), "");
-    EXPECT_EQ(Bytes(SYS_StringBase("xa\0", 3).TrimRight("a")), std::string("xa\0", 3))
-        << "a NUL is never trimmed";
+    EXPECT_EQ(Bytes(SYS_StringBase(" \t x y \f").TrimLeft().TrimRight("")), "x y");
+    EXPECT_EQ(Bytes(SYS_StringBase("xa\0", 3).TrimRight("a")), std::string("xa\0", 3)) << "NUL stays";
 
     SYS_StringBase s;
-    EXPECT_EQ(s.GetBuffer()[0], '\0');
-    EXPECT_EQ(s.GetLength(), 1);
-    s.ReleaseBuffer();
-    EXPECT_EQ(s.GetLength(), 0);
     std::snprintf(s.GetBuffer(10), 11, "%s", "written");
     EXPECT_EQ(s.GetLength(), 11);
     s.ReleaseBuffer();
@@ -263,7 +184,6 @@ TEST(StringBase, CaseTrimAndBuffer) {
     s.GetBufferSetLength(3)[1] = '\0';
     s.ReleaseBufferSetLength(4);
     EXPECT_EQ(Bytes(s), std::string("w\0i\0", 4));
-    EXPECT_TOO_LONG(s.GetBufferSetLength(-1));
     EXPECT_TOO_LONG(s.Reserve(-1));
     EXPECT_TOO_LONG(s.GetBuffer(INT_MAX));
     EXPECT_EQ(s.GetLength(), 4);
@@ -291,52 +211,29 @@ TEST(StringBase, DoubleByteTextSeparatesByteAndCharacterOperations) {
     SYS_StringBase s("\x95\x5C\\x\x95\x5C"); // character, '\', 'x', character
     SYS_StringBase lead("\x82\x61"), upper("\x82\x41"), kana("\xA0");
     EXPECT_EQ(s.FindOneOf("\\"), 1) << "1252 is byte-wise";
-    EXPECT_EQ(s.ReverseFind('\\'), 5);
     EXPECT_EQ(lead.CompareNoCase(upper), 0);
     EXPECT_LT(lead.Compare(kana), 0);
 
     CodePageScope scope(932);
     EXPECT_EQ(s.FindOneOf("\\"), 2);
-    EXPECT_EQ(s.FindOneOf("\\", 3), -1);
     EXPECT_EQ(s.ReverseFind('\\'), 2);
     EXPECT_EQ(s.ReverseFind('\x95', 5), -1) << "a lead byte is part of its character";
     EXPECT_EQ(s.ReverseFind('\x95', 4), 4) << "a lead byte cut off by start is one byte";
     EXPECT_EQ(SYS_StringBase("a\x95\x5C").ReverseFindOneOf("\\"), -1);
-    EXPECT_EQ(SYS_StringBase("a\x95\x5C").ReverseFindOneOf(bs), 1);
     EXPECT_EQ(SYS_StringBase(bs).ReverseFindOneOf("\\"), 1) << "the walk begins at byte 1";
     EXPECT_EQ(Bytes(s.SpanExcluding("\\")), bs);
     EXPECT_EQ(Bytes(s.SpanIncluding(bs)), bs);
     int pos = 0;
     EXPECT_EQ(Bytes(s.Tokenize("\\", pos)), bs);
     EXPECT_EQ(Bytes(s.Tokenize("\\", pos)), "x\x95\x5C");
-    EXPECT_EQ(pos, 7);
     EXPECT_NE(lead.CompareNoCase(upper), 0) << "a letter as trail byte is not folded";
     EXPECT_TRUE(lead > kana) << "a double-byte character sorts above every single byte";
 
     EXPECT_EQ(s.Find("\\"), 1) << "byte-wise whatever the code page";
-    EXPECT_EQ(Bytes(s.Left(1)), "\x95");
     EXPECT_EQ(Bytes(SYS_StringBase(bs).TrimRight("\\")), "\x95");
     SYS_StringBase r(s);
     EXPECT_EQ(r.Replace('\\', '/'), 3);
-    EXPECT_EQ(Bytes(r), "\x95//x\x95/");
     EXPECT_EQ(Bytes(lead.MakeUpper()), "\x82\x41");
-}
-
-} // namespace
-
-namespace {
-
-// A platform whose long has 64 bits: longs still append and read.
-TEST(StringBase, WideLongsAppendAndRead) {
-    SYS_StringBase s;
-    s << 42L << ',' << -7L << ',' << 5UL << ',' << (1LL << 40);
-    EXPECT_STREQ(s.GetString(), "42,-7,5,1099511627776");
-    long l = 0;
-    unsigned long u = 0;
-    EXPECT_EQ(SYS_StringBase("-12x").Value(&l), -12L);
-    EXPECT_EQ(l, -12L);
-    EXPECT_EQ(SYS_StringBase("99999999999").Value(&l), 2147483647L); // the 32-bit saturation
-    EXPECT_EQ(SYS_StringBase("-1").Value(&u), 4294967295UL);
 }
 
 } // namespace
