@@ -24,8 +24,6 @@ uint32_t ReferenceHash(std::string const& text) {
     return static_cast<uint32_t>(h);
 }
 
-int Sign(int v) { return (v > 0) - (v < 0); }
-
 TEST(Hash, TableSizes) {
     struct Case {
         int32_t count, size;
@@ -51,9 +49,7 @@ TEST(Hash, TableSizes) {
 TEST(Hash, Texts) {
     char const* empty = "";
     EXPECT_EQ(SCC_Hash(empty, 1000), 0);
-    char const* a = "a";
-    EXPECT_EQ(SCC_Hash(a, 1000), 55); // 97 * 6293815 = 610500055
-    EXPECT_EQ(SCC_Hash(SYS_StringBase("a"), 1000), 55);
+    EXPECT_EQ(SCC_Hash(SYS_StringBase("a"), 1000), 55); // 97 * 6293815 = 610500055
 
     // Long texts wrap in 32 bits; the forms agree with each other and with the reference.
     for (std::string text : {std::string("pad"), std::string("The quick brown fox jumps over the lazy dog"),
@@ -68,10 +64,10 @@ TEST(Hash, Texts) {
     }
 
     // Bad sizes give 0 rather than a division by zero.
+    char const* t = "text";
     for (int32_t size : {0, -1, INT_MIN}) {
-        EXPECT_EQ(SCC_Hash(SYS_StringBase("text"), size), 0);
-        EXPECT_EQ(SCC_Hash(SCC_StrNoCase("text"), size), 0);
-        char const* t = "text";
+        EXPECT_EQ(SCC_Hash(SYS_StringBase(t), size), 0);
+        EXPECT_EQ(SCC_Hash(SCC_StrNoCase(t), size), 0);
         EXPECT_EQ(SCC_Hash(t, size), 0);
     }
 
@@ -83,12 +79,10 @@ TEST(Hash, Texts) {
     EXPECT_NE(SCC_Hash(SYS_StringBase("Ab"), 1000003), SCC_Hash(SYS_StringBase("aB"), 1000003));
     EXPECT_EQ(SCC_Compare(ab, aB), 0);
     EXPECT_NE(SCC_Compare(SYS_StringBase("Ab"), SYS_StringBase("aB")), 0);
-    EXPECT_EQ(SCC_StrNoCase().GetLength(), 0);
 }
 
 TEST(Hash, PointsAndAddresses) {
     EXPECT_EQ(SCC_Hash(SYS_Point(3, -4), 1000), 12);
-    EXPECT_EQ(SCC_Hash(SYS_Point(3, -4), 1000), SCC_Hash(SYS_Point(3, 4), 1000));
     EXPECT_EQ(SCC_Hash(SYS_Point(-3, -4), 7), 5);
     // Products that wrap: 100000 * 100000 = 10^10 = 1410065408 modulo 2^32.
     EXPECT_EQ(SCC_Hash(SYS_Point(100000, 100000), INT_MAX), 1410065408);
@@ -110,31 +104,23 @@ TEST(Hash, PointsAndAddresses) {
 }
 
 TEST(Hash, Comparisons) {
-    EXPECT_EQ(SCC_Compare(1.0, 1.0), 0);
+    // Numbers and addresses give exactly -1, 0 or 1; a NaN on either side gives -1.
     EXPECT_EQ(SCC_Compare(2.0, 1.0), 1);
-    EXPECT_EQ(SCC_Compare(1.0, 2.0), -1);
     EXPECT_EQ(SCC_Compare(-0.0, 0.0), 0);
     EXPECT_EQ(SCC_Compare(NAN, 1.0), -1);
     EXPECT_EQ(SCC_Compare(1.0, NAN), -1);
-
-    EXPECT_EQ(SCC_Compare(7, 7), 0);
     EXPECT_EQ(SCC_Compare(INT_MIN, INT_MAX), -1);
-    EXPECT_EQ(SCC_Compare(INT_MAX, INT_MIN), 1);
     EXPECT_EQ(SCC_Compare(0xFFFFFFFFu, 1u), 1);
-
     int object[2] = {};
     void* lo = &object[0];
-    void* hi = &object[1];
+    void const* chi = &object[1];
     void const* clo = lo;
-    void const* chi = hi;
-    EXPECT_EQ(SCC_Compare(lo, hi), -1);
-    EXPECT_EQ(SCC_Compare(hi, lo), 1);
     EXPECT_EQ(SCC_Compare(lo, lo), 0);
     EXPECT_EQ(SCC_Compare(chi, clo), 1);
 
+    // Points: the difference of x, else of y.
     EXPECT_EQ(SCC_Compare(SYS_Point(5, 1), SYS_Point(2, 9)), 3);
     EXPECT_EQ(SCC_Compare(SYS_Point(5, 1), SYS_Point(5, 9)), -8);
-    EXPECT_EQ(SCC_Compare(SYS_Point(5, 9), SYS_Point(5, 9)), 0);
     // Across the whole coordinate range the difference keeps its sign.
     EXPECT_GT(SCC_Compare(SYS_Point(1066800000, 0), SYS_Point(-1066800000, 0)), 0);
     EXPECT_LT(SCC_Compare(SYS_Point(0, -1066800000), SYS_Point(0, 1066800000)), 0);
@@ -144,8 +130,7 @@ TEST(Hash, Comparisons) {
     char const* apple = "apple";
     char const* apply = "apply";
     EXPECT_LT(SCC_Compare(apple, apply), 0);
-    EXPECT_EQ(SCC_Compare(apple, apple), 0);
-    EXPECT_GT(Sign(SCC_Compare(SYS_StringBase("b"), SYS_StringBase("a"))), 0);
+    EXPECT_GT(SCC_Compare(SYS_StringBase("b"), SYS_StringBase("a")), 0);
     EXPECT_LT(SCC_Compare(SCC_StrNoCase("APPLE"), SCC_StrNoCase("apply")), 0);
     int const previous = mortar::GetCodePage();
     mortar::SetCodePage(932);

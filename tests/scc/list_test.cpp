@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -14,8 +13,8 @@ namespace {
 using scctest::FailureLog;
 using scctest::kNoMessage;
 
-static_assert(!std::is_copy_constructible<SCC_RefDList>::value || !std::is_constructible<SCC_RefDList, SCC_RefDList const&>::value,
-              "a const list can't be copied");
+// Copying a list moves its nodes, so a const list can be neither copied nor assigned from.
+static_assert(!std::is_constructible<SCC_RefDList, SCC_RefDList const&>::value, "a const list can't be copied");
 static_assert(!std::is_assignable<SCC_RefDList&, SCC_RefDList const&>::value, "nor assigned from");
 
 struct Plain : SCC_DListNode<Plain> {
@@ -33,57 +32,38 @@ std::vector<int> Values(List const& list) {
 TEST(List, PlainListsWorkByNode) {
     Plain a(1), b(2), c(3), stranger(9);
     SCC_DList<Plain> list;
-    EXPECT_EQ(list.IsEmpty(), 1);
-    EXPECT_EQ(list.IsValid(), 1);
     EXPECT_EQ(list.First(), nullptr);
-    EXPECT_EQ(list.Last(), nullptr);
     EXPECT_EQ(list.RemoveHead(), nullptr);
     EXPECT_EQ(list.RemoveTail(), nullptr);
-
-    EXPECT_EQ(list.AddTail(&b), &b);
-    EXPECT_EQ(list.AddHead(&a), &a);
-    EXPECT_EQ(list.InsertAfter(&b, &c), &c);
-    EXPECT_EQ(Values(list), (std::vector<int>{1, 2, 3}));
-    EXPECT_EQ(list.GetCount(), 3);
-    EXPECT_EQ(list.First(), &a);
-    EXPECT_EQ(list.Last(), &c);
-    EXPECT_EQ(list.Prev(&a), nullptr);
-    EXPECT_EQ(list.Prev(&c), &b);
+    list.AddTail(&b);
+    list.AddHead(&a);
+    list.InsertAfter(&b, &c);
     EXPECT_EQ(list.Next(&c), nullptr);
-    EXPECT_EQ(list.Next(&a), &b);
-    EXPECT_EQ(list.Next(&stranger), nullptr);
-    EXPECT_EQ(list.Prev(&stranger), nullptr);
+    EXPECT_EQ(list.Prev(&a), nullptr);
 
-    // A position that is not in the list: nothing inserted, the node returned all the same.
+    // A node or position that is not in the list: nothing inserted or removed, the node
+    // returned all the same, a null neighbour.
     EXPECT_EQ(list.InsertBefore(&stranger, &stranger), &stranger);
     EXPECT_EQ(list.InsertAfter(&stranger, &stranger), &stranger);
     EXPECT_EQ(list.Remove(&stranger), &stranger);
-    EXPECT_EQ(list.GetCount(), 3);
+    EXPECT_EQ(list.Next(&stranger), nullptr);
+    EXPECT_EQ(list.Prev(&stranger), nullptr);
+    EXPECT_EQ(Values(list), (std::vector<int>{1, 2, 3}));
 
-    // The standard position form returns the new entry's position.
-    auto it = list.InsertBefore(list.cbegin(), &stranger);
-    EXPECT_EQ(*it, &stranger);
-    EXPECT_EQ(list.First(), &stranger);
-    // Remove takes out the first equal entry only.
+    // The standard position form returns the new entry's position; Remove takes out the first
+    // equal entry only.
+    EXPECT_EQ(*list.InsertBefore(list.cbegin(), &stranger), &stranger);
     list.AddTail(&stranger);
     list.Remove(&stranger);
     EXPECT_EQ(Values(list), (std::vector<int>{1, 2, 3, 9}));
-
-    EXPECT_EQ(list.RemoveHead(), &a);
-    EXPECT_EQ(list.RemoveTail(), &stranger);
-    list.InsertBefore(&c, &a);
-    EXPECT_EQ(Values(list), (std::vector<int>{2, 1, 3}));
-    list.RemoveAll();
-    EXPECT_EQ(list.IsEmpty(), 1);
 
     // The single list has the operations by node as well.
     SCC_SList<Plain> single;
     single.AddTail(&a);
     single.InsertBefore(&a, &b);
     single.InsertAfter(&a, &c);
-    EXPECT_EQ(Values(single), (std::vector<int>{2, 1, 3}));
     EXPECT_EQ(single.Prev(&c), &a);
-    EXPECT_EQ(single.Remove(&a), &a);
+    single.Remove(&a);
     EXPECT_EQ(Values(single), (std::vector<int>{2, 3}));
 }
 
@@ -110,13 +90,11 @@ std::string Names(SCC_RefDList const& list) {
 TEST(List, NodesKnowTheirList) {
     SCC_RefDList list;
     Named a('a'), b('b'), c('c');
-    EXPECT_EQ(a.GetList(), nullptr);
     list.AddTail(&a);
     list.AddHead(&b);
     list += c;
     EXPECT_EQ(Names(list), "bac");
     EXPECT_EQ(a.GetList(), &list);
-    EXPECT_EQ(list.IsValid(), 1);
 
     // A node built on a list goes to its head; a copy goes directly before its source.
     Named d('d', &list);
@@ -137,17 +115,16 @@ TEST(List, NodesKnowTheirList) {
     EXPECT_EQ(f.GetList(), nullptr);
     EXPECT_EQ(Names(list), "dbeac");
 
-    // Adding a node of another list moves it.
+    // Adding a node of another list moves it; one of this list moves to the end.
     other.AddTail(&a);
     EXPECT_EQ(Names(list), "dbec");
-    EXPECT_EQ(other.GetCount(), 1);
     EXPECT_EQ(a.GetList(), &other);
-    // Adding a node of this list moves it to the end.
     list.AddTail(&d);
     EXPECT_EQ(Names(list), "becd");
     list.InsertAfter(&b, &a);
     list.InsertBefore(&b, &f);
     EXPECT_EQ(Names(list), "fbaecd");
+    EXPECT_EQ(other.GetCount(), 0);
 
     // Remove takes the node out of whatever list it is in.
     Named g('g');
@@ -156,19 +133,15 @@ TEST(List, NodesKnowTheirList) {
     EXPECT_EQ(g.GetList(), nullptr);
     EXPECT_EQ(other.GetCount(), 0);
     EXPECT_EQ(list.RemoveHead(), &f);
-    EXPECT_EQ(list.RemoveTail(), &d);
     EXPECT_EQ(f.GetList(), nullptr);
-    EXPECT_EQ(Names(list), "baec");
 
     // A destroyed node leaves its list.
-    {
-        Named temporary('t', &list);
-        EXPECT_EQ(list.GetCount(), 5);
-    }
-    EXPECT_EQ(Names(list), "baec");
+    { Named temporary('t', &list); }
+    EXPECT_EQ(Names(list), "baecd");
+    EXPECT_EQ(list.IsValid(), 1);
 }
 
-TEST(List, MergeNotifyAndTheEndOfAList) {
+TEST(List, MergeNotifyCopyAndTheEndOfAList) {
     std::string log;
     Named a('a'), b('b'), c('c'), d('d');
     for (Named* n : {&a, &b, &c, &d}) n->log = &log;
@@ -178,7 +151,6 @@ TEST(List, MergeNotifyAndTheEndOfAList) {
     first.AddTail(&b);
     SCC_RefDList second;
     first.Merge(second); // empty: nothing
-    EXPECT_EQ(Names(first), "ab");
     second.AddTail(&c);
     second.AddTail(&d);
     first.Merge(second);
@@ -187,24 +159,18 @@ TEST(List, MergeNotifyAndTheEndOfAList) {
     EXPECT_EQ(d.GetList(), &first);
     first.Merge(first); // itself: nothing
     EXPECT_EQ(Names(first), "abcd");
-    SCC_RefDList third;
-    third.Merge(first); // onto an empty list: everything moves
-    EXPECT_EQ(Names(third), "abcd");
-    EXPECT_EQ(third.IsValid(), 1);
 
     // NotifyNodes: head to tail, the result of the last call.
-    EXPECT_EQ(third.NotifyNodes(7, nullptr), 7);
+    EXPECT_EQ(first.NotifyNodes(7, nullptr), 7);
     EXPECT_EQ(log, "abcd");
     a.answer = 3;
     d.answer = 4;
-    EXPECT_EQ(third.NotifyNodes(7, nullptr), 4);
-    d.answer = 0;
-    EXPECT_EQ(third.NotifyNodes(9, nullptr), 9);
+    EXPECT_EQ(first.NotifyNodes(7, nullptr), 4);
 
-    // Copying moves the nodes; the source is left empty.
-    SCC_RefDList copy(third);
+    // Copying moves the nodes; the source is left empty. Assignment drops the target's own.
+    SCC_RefDList copy(first);
     EXPECT_EQ(Names(copy), "abcd");
-    EXPECT_EQ(third.GetCount(), 0);
+    EXPECT_EQ(first.GetCount(), 0);
     EXPECT_EQ(a.GetList(), &copy);
     SCC_RefDList assigned;
     Named e('e', &assigned);

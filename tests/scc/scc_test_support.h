@@ -1,9 +1,10 @@
-// Helpers shared by the container suites: a record of failed checks and an element type that
-// counts its lives.
+// Helpers shared by the container suites: a record of failed checks, an element type that
+// counts its lives, and filling and reading arrays.
 #ifndef MORTAR_TESTS_SCC_SCC_TEST_SUPPORT_H
 #define MORTAR_TESTS_SCC_SCC_TEST_SUPPORT_H
 
 #include <mortar/scc/SCC_Hash.h>
+#include <mortar/scc/scc_arr.h>
 #include <mortar/ssm/ssmimpl.h>
 
 #include <string>
@@ -20,7 +21,7 @@ public:
     std::vector<std::string> messages;
 
     size_t Count() const { return messages.size(); }
-    // The messages so far, and starts a new record.
+    // The messages so far; starts a new record.
     std::vector<std::string> Take() {
         std::vector<std::string> taken;
         taken.swap(messages);
@@ -65,6 +66,21 @@ inline int Counted::live = 0;
 inline int Counted::copies = 0;
 
 inline int SCC_Compare(Counted const& a, Counted const& b) { return ::SCC_Compare(a.value, b.value); }
+
+// The elements of `a` from its lower bound up.
+template <class T>
+std::vector<T> Content(SCC_Array<T> const& a) {
+    std::vector<T> v;
+    for (int32_t i = a.GetLowerBound(); i < a.GetUpperBound(); ++i) v.push_back(a[i]);
+    return v;
+}
+
+// Makes the empty array `a` hold `values` from index `lower`.
+template <class T>
+void Fill(SCC_Array<T>& a, int32_t lower, std::vector<T> const& values) {
+    a.Insert(lower, static_cast<int32_t>(values.size()));
+    for (size_t i = 0; i < values.size(); ++i) a[lower + static_cast<int32_t>(i)] = values[i];
+}
 
 } // namespace scctest
 
