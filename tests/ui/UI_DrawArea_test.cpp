@@ -13,58 +13,41 @@ namespace {
 static_assert(sizeof(UI_ScreenCoordConverter) == sizeof(void*), "a converter is its virtual table alone");
 static_assert(sizeof(UI_DrawArea) == sizeof(void*), "a surface adds no fields");
 
-TEST(ScreenCoordConverter, DefaultsAreNeutralAndIgnoreTheArgument) {
-    UI_ScreenCoordConverter converter;
-    for (int32_t length : {0, 2, -1, SYS_COORD_LIMIT, INT32_MIN}) {
-        EXPECT_EQ(converter.Scale2ScreenX(length) + converter.Scale2ScreenY(length) +
-                      converter.Scale2WorldX(length) + converter.Scale2WorldY(length),
-                  4)
-            << "1 each, not the argument and not 0: " << length;
-    }
-    SYS_Box const box(-5, -6, 70, 80);
-    EXPECT_EQ(converter.Screen2World(box), SYS_Box(0, 0, 0, 0));
-    EXPECT_EQ(converter.World2Screen(box), SYS_Box(0, 0, 0, 0));
-}
-
-// A bare surface draws nothing, answers neutral values and leaves its out arguments alone.
+// The neutral answers: 1 for any length (not the length, not 0), the zero box, 1.0 for the
+// scales, 1 for IsOnTop, 0 otherwise, and out arguments left as they came.
 TEST(DrawArea, DefaultsAnswerNeutrallyAndLeaveOutArgumentsAlone) {
     UI_DrawArea area;
+    for (int32_t length : {0, 2, -1, INT32_MIN})
+        EXPECT_EQ(area.Scale2ScreenX(length) + area.Scale2ScreenY(length) + area.Scale2WorldX(length) +
+                      area.Scale2WorldY(length),
+                  4)
+            << length;
     SYS_Box box(1, 2, 3, 4);
     SYS_Point point(7, 8);
     int32_t colors[1] = {11};
+    EXPECT_EQ(area.Screen2World(box), SYS_Box());
+    EXPECT_EQ(area.World2Screen(box), SYS_Box());
     area.GetVP(box), area.FitRectToWindow(box), area.InitClip(box), area.DrawDotGrid(point, 10, 10, box);
     EXPECT_EQ(area.GetScale(&point), 1.0);
+    EXPECT_EQ(area.GetWorldScale(), 1.0);
     EXPECT_EQ(area.GetDefaultPaletteColors(colors) + area.GetCurrentPaletteColors(colors), 0);
     EXPECT_EQ(box, SYS_Box(1, 2, 3, 4));
     EXPECT_EQ(point, SYS_Point(7, 8));
     EXPECT_EQ(colors[0], 11);
     area.PenMode(2);
     EXPECT_EQ(area.GetPenMode(), 0) << "a bare surface keeps no pen";
-    EXPECT_EQ(area.GetWorldScale(), 1.0);
-    EXPECT_EQ(area.GetPixelSize(), 0.0);
-    EXPECT_EQ(area.GetGRAMode().word, 0u);
     EXPECT_EQ(area.DrawXorText("text", 1, 2, 100, 200, 0), SYS_Box());
-    EXPECT_EQ(area.DrawXorText("text", 1, 2, SYS_Point(100, 200), 1), SYS_Box());
-    EXPECT_EQ(area.GetComponentSpecificData(&box), nullptr);
-    EXPECT_EQ(area.IsOnTop(nullptr, 0), 1) << "the one integer query whose default is 1";
+    EXPECT_EQ(area.IsOnTop(nullptr, 0), 1);
     area.FastPolyPolyline(nullptr, nullptr, 5), area.DrawString(nullptr),
         area.RedrawDynamic(nullptr, nullptr, 1);
     SCC_EventHook<UI_DrawArea::RedrawBlock> hook;
     area.RegisterRedrawHook(&hook);
     EXPECT_EQ(hook.GetRoot(), nullptr) << "a bare surface has no redraw chain to connect to";
-}
 
-TEST(DrawArea, MainSurfaceIsStoredNotOwned) {
     EXPECT_EQ(UI_DrawArea::GetMainDrawArea(), nullptr) << "null before any SetMainDrawArea";
-    {
-        UI_DrawArea area;
-        UI_DrawArea::SetMainDrawArea(&area);
-        UI_DrawArea copy(area);
-        copy = area;
-        EXPECT_EQ(UI_DrawArea::GetMainDrawArea(), &area);
-        UI_DrawArea::SetMainDrawArea(nullptr);
-    }
-    EXPECT_EQ(UI_DrawArea::GetMainDrawArea(), nullptr);
+    UI_DrawArea::SetMainDrawArea(&area);
+    EXPECT_EQ(UI_DrawArea::GetMainDrawArea(), &area);
+    UI_DrawArea::SetMainDrawArea(nullptr);
 }
 
 #if defined(__GXX_ABI_VERSION) && (defined(__x86_64__) || defined(__i386__))
@@ -83,63 +66,44 @@ std::ptrdiff_t Slot(F f) {
 // Surfaces built outside the library are compiled against this slot order: the converter's
 // ten, the destructor (two entries under this ABI), then the operations of the surface.
 TEST(DrawArea, VirtualSlotsStandInTheirOrder) {
-    using C = UI_ScreenCoordConverter;
     using A = UI_DrawArea;
-    using Box = SYS_Box;
-    using Point = SYS_Point;
-#define MORTAR_SLOT(Class, name)                                                                             \
-    { #name, Slot(&Class::name) }
-#define MORTAR_OVERLOAD(Class, name, Type)                                                                   \
-    { #name " " #Type, Slot(static_cast <Type>(&Class::name)) }
+    using B = SYS_Box;
+    using P = SYS_Point;
     // clang-format off
+#define S(name) {#name, Slot(&A::name)}
+#define O(name, Type) {#name " " #Type, Slot(static_cast<Type>(&A::name))}
     std::vector<std::pair<char const*, std::ptrdiff_t>> const slots = {
-        MORTAR_SLOT(C, Scale2ScreenX), MORTAR_SLOT(C, Scale2ScreenY), MORTAR_SLOT(C, Scale2WorldX),
-        MORTAR_SLOT(C, Scale2WorldY), MORTAR_SLOT(C, Scale2World), MORTAR_SLOT(C, Scale2Screen),
-        MORTAR_OVERLOAD(C, Screen2World, Box (C::*)(Box const&)),
-        MORTAR_OVERLOAD(C, Screen2World, Point (C::*)(Point const&)),
-        MORTAR_OVERLOAD(C, World2Screen, Box (C::*)(Box const&)),
-        MORTAR_OVERLOAD(C, World2Screen, Point (C::*)(Point const&)),
-        MORTAR_SLOT(A, GetVP), MORTAR_SLOT(A, GetUserVP), MORTAR_SLOT(A, SetVP), MORTAR_SLOT(A, SetUserVP),
-        MORTAR_SLOT(A, RegisterRedrawHook), MORTAR_SLOT(A, FitRectToWindow),
-        MORTAR_SLOT(A, SwitchPen), MORTAR_SLOT(A, PenCap), MORTAR_SLOT(A, PenColor), MORTAR_SLOT(A, PenMode),
-        MORTAR_SLOT(A, GetPenMode), MORTAR_SLOT(A, PenSize), MORTAR_SLOT(A, BackColor), MORTAR_SLOT(A, GetBackColor),
-        MORTAR_SLOT(A, RegisterBrush), MORTAR_SLOT(A, SetSolidBrush), MORTAR_SLOT(A, SetHatchBrush),
-        MORTAR_SLOT(A, EraseRect), MORTAR_SLOT(A, FillRect), MORTAR_SLOT(A, MoveCursor), MORTAR_SLOT(A, GetScale),
-        MORTAR_SLOT(A, SetScale), MORTAR_SLOT(A, GetWorldScale),
-        MORTAR_SLOT(A, SetBitmapRedraw), MORTAR_SLOT(A, SetRgnRedraw), MORTAR_OVERLOAD(A, Redraw, void (A::*)(Box)),
-        MORTAR_OVERLOAD(A, Redraw, void (A::*)()), MORTAR_SLOT(A, RedrawRect), MORTAR_SLOT(A, InvalidateRect),
-        MORTAR_SLOT(A, StartResize), MORTAR_SLOT(A, EndResize), MORTAR_SLOT(A, InstallDynamic),
-        MORTAR_SLOT(A, RedrawDynamic),
-        MORTAR_OVERLOAD(A, DrawXorBox, void (A::*)(Box)), MORTAR_OVERLOAD(A, DrawXorBox, void (A::*)(Point, Point)),
-        MORTAR_OVERLOAD(A, DrawXorText, Box (A::*)(char const*, int, int, int32_t, int32_t, int)),
-        MORTAR_OVERLOAD(A, DrawXorText, Box (A::*)(char const*, int, int, Point, int)),
-        MORTAR_OVERLOAD(A, DrawOriginMark, void (A::*)(Point)),
-        MORTAR_OVERLOAD(A, DrawOriginMark, void (A::*)(int32_t, int32_t)), MORTAR_SLOT(A, RefreshCursor),
-        MORTAR_SLOT(A, StartBatchDraw), MORTAR_SLOT(A, EndBatchDraw), MORTAR_SLOT(A, StartScreenDraw),
-        MORTAR_SLOT(A, EndScreenDraw), MORTAR_SLOT(A, DrawOnScreen), MORTAR_SLOT(A, DiscardSplit),
-        MORTAR_SLOT(A, FastMoveTo), MORTAR_SLOT(A, FastLineTo), MORTAR_OVERLOAD(A, FastPaintOval, void (A::*)(Box)),
-        MORTAR_OVERLOAD(A, FastPaintOval, void (A::*)(Point const&, int32_t, int)), MORTAR_SLOT(A, FrameArc),
-        MORTAR_SLOT(A, FastFrameOval), MORTAR_SLOT(A, FastPolyPolyline), MORTAR_SLOT(A, FastPolyPolygon),
-        MORTAR_SLOT(A, FastFrameArc), MORTAR_SLOT(A, FastPolyLine),
-        MORTAR_SLOT(A, TextAlign), MORTAR_SLOT(A, TextExtra), MORTAR_SLOT(A, TextFace), MORTAR_SLOT(A, TextPath),
-        MORTAR_SLOT(A, TextSize), MORTAR_OVERLOAD(A, StrokeTextLen, int (A::*)(char const*, int, int)),
-        MORTAR_OVERLOAD(A, StrokeTextLen, int (A::*)(char const*)), MORTAR_SLOT(A, StrokeTextAscendingHeight),
-        MORTAR_SLOT(A, StrokeTextDescendingHeight), MORTAR_SLOT(A, StrokeTextFontHeight), MORTAR_SLOT(A, DrawString),
-        MORTAR_SLOT(A, DrawStyledString),
-        MORTAR_SLOT(A, InitClip), MORTAR_SLOT(A, ResetClip), MORTAR_SLOT(A, InitLayerClip),
-        MORTAR_SLOT(A, FinishLayerClip), MORTAR_SLOT(A, ClipCircle), MORTAR_SLOT(A, ClipPolyPolygon),
-        MORTAR_SLOT(A, DrawLine), MORTAR_SLOT(A, StartXORDraw), MORTAR_SLOT(A, XORCross), MORTAR_SLOT(A, XORFrameArc),
-        MORTAR_SLOT(A, XORFrameOval), MORTAR_SLOT(A, XORPaintOval), MORTAR_SLOT(A, XORLineTo),
-        MORTAR_SLOT(A, XORMoveTo), MORTAR_SLOT(A, XORPenColor), MORTAR_SLOT(A, EndXORDraw),
-        MORTAR_SLOT(A, SetArcDirection),
-        MORTAR_SLOT(A, SetPixel), MORTAR_SLOT(A, DrawDotGrid), MORTAR_SLOT(A, GetPixelSize), MORTAR_SLOT(A, GetGRAMode),
-        MORTAR_SLOT(A, SetGRAMode), MORTAR_SLOT(A, GetDefaultPaletteColors), MORTAR_SLOT(A, GetCurrentPaletteColors),
-        MORTAR_SLOT(A, GetCurrentPaletteColorRGB), MORTAR_SLOT(A, SetCurrentPaletteColors),
-        MORTAR_SLOT(A, GetComponentSpecificData), MORTAR_SLOT(A, GetCompSideSegmentVisible), MORTAR_SLOT(A, IsOnTop),
+        S(Scale2ScreenX), S(Scale2ScreenY), S(Scale2WorldX), S(Scale2WorldY), S(Scale2World), S(Scale2Screen),
+        O(Screen2World, B (A::*)(B const&)), O(Screen2World, P (A::*)(P const&)),
+        O(World2Screen, B (A::*)(B const&)), O(World2Screen, P (A::*)(P const&)),
+        S(GetVP), S(GetUserVP), S(SetVP), S(SetUserVP), S(RegisterRedrawHook), S(FitRectToWindow),
+        S(SwitchPen), S(PenCap), S(PenColor), S(PenMode), S(GetPenMode), S(PenSize), S(BackColor),
+        S(GetBackColor), S(RegisterBrush), S(SetSolidBrush), S(SetHatchBrush), S(EraseRect), S(FillRect),
+        S(MoveCursor), S(GetScale), S(SetScale), S(GetWorldScale), S(SetBitmapRedraw), S(SetRgnRedraw),
+        O(Redraw, void (A::*)(B)), O(Redraw, void (A::*)()), S(RedrawRect), S(InvalidateRect),
+        S(StartResize), S(EndResize), S(InstallDynamic), S(RedrawDynamic),
+        O(DrawXorBox, void (A::*)(B)), O(DrawXorBox, void (A::*)(P, P)),
+        O(DrawXorText, B (A::*)(char const*, int, int, int32_t, int32_t, int)),
+        O(DrawXorText, B (A::*)(char const*, int, int, P, int)), O(DrawOriginMark, void (A::*)(P)),
+        O(DrawOriginMark, void (A::*)(int32_t, int32_t)), S(RefreshCursor), S(StartBatchDraw),
+        S(EndBatchDraw), S(StartScreenDraw), S(EndScreenDraw), S(DrawOnScreen), S(DiscardSplit),
+        S(FastMoveTo), S(FastLineTo), O(FastPaintOval, void (A::*)(B)),
+        O(FastPaintOval, void (A::*)(P const&, int32_t, int)), S(FrameArc), S(FastFrameOval),
+        S(FastPolyPolyline), S(FastPolyPolygon), S(FastFrameArc), S(FastPolyLine),
+        S(TextAlign), S(TextExtra), S(TextFace), S(TextPath), S(TextSize),
+        O(StrokeTextLen, int (A::*)(char const*, int, int)), O(StrokeTextLen, int (A::*)(char const*)),
+        S(StrokeTextAscendingHeight), S(StrokeTextDescendingHeight), S(StrokeTextFontHeight),
+        S(DrawString), S(DrawStyledString), S(InitClip), S(ResetClip), S(InitLayerClip),
+        S(FinishLayerClip), S(ClipCircle), S(ClipPolyPolygon), S(DrawLine), S(StartXORDraw), S(XORCross),
+        S(XORFrameArc), S(XORFrameOval), S(XORPaintOval), S(XORLineTo), S(XORMoveTo), S(XORPenColor),
+        S(EndXORDraw), S(SetArcDirection), S(SetPixel), S(DrawDotGrid), S(GetPixelSize), S(GetGRAMode),
+        S(SetGRAMode), S(GetDefaultPaletteColors), S(GetCurrentPaletteColors),
+        S(GetCurrentPaletteColorRGB), S(SetCurrentPaletteColors), S(GetComponentSpecificData),
+        S(GetCompSideSegmentVisible), S(IsOnTop),
     };
     // clang-format on
-#undef MORTAR_SLOT
-#undef MORTAR_OVERLOAD
+#undef S
+#undef O
     ASSERT_EQ(slots.size(), 10u + 97u);
     for (size_t i = 0; i < slots.size(); ++i)
         EXPECT_EQ(slots[i].second, static_cast<std::ptrdiff_t>(i < 10 ? i : i + 2)) << slots[i].first;
