@@ -1,11 +1,8 @@
 // A collection under a random run of source changes, notifications (through the source's
 // notifier and through notifiers of groups of items), filter and sort changes, suspensions,
-// focus edits and cursor moves, checked after every step against a plain model: a list that
-// applies the documented rules with vectors and loops. After every step
-//   - the items, the focus and the cursors equal the model's;
-//   - what the listener heard equals what the model says the change tells, and during each
-//     notification about an item the collection stood on that item;
-//   - outside a suspension the items are the source filtered, in sort order.
+// focus edits and cursor moves. After every step the items, focus, cursors, what the listener
+// heard and where the collection stood meanwhile equal a plain model built from vectors and
+// loops; outside a suspension the items are the source filtered, in sort order.
 // MORTAR_COLLECTION_SEED runs one other seed, MORTAR_COLLECTION_STEPS sets the number of steps.
 #include "scc/collection_test_support.h"
 
@@ -13,10 +10,12 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <map>
 #include <random>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -35,12 +34,9 @@ struct KeySort : SCC_Sort<int> {
     int Compare(int const& a, int const& b) override { return ByKey(a, b); }
 };
 
-int Sign(int v) { return (v > 0) - (v < 0); }
-
-// The plain model of one collection over `source`.
+// The plain model of one collection over `s`.
 struct Model {
     explicit Model(Source& source) : s(source) {}
-
     Source& s;
     V items;
     V focus;
@@ -51,12 +47,13 @@ struct Model {
     std::map<SCC_Notifier*, int> hooks;  // connections per group notifier
     int sortKind = 0;                     // 0 by handle value, 1 key function, 2 key sort object
     int direction = 1;
-    Heard heard;       // what the listener should have heard
-    V heardSliders;    // where the collection should have stood meanwhile
+    Heard heard;     // what the listener should have heard
+    V heardSliders;  // where the collection should have stood meanwhile
 
     int Cmp(int a, int b) const {
-        int const c = sortKind == 0 ? Sign((a > b) - (a < b)) : Sign((s.key.at(a) > s.key.at(b)) - (s.key.at(a) < s.key.at(b)));
-        return direction * c;
+        int const ka = sortKind ? s.key.at(a) : a;
+        int const kb = sortKind ? s.key.at(b) : b;
+        return direction * ((ka > kb) - (ka < kb));
     }
     static bool Passes(int handle) { return PassByMode(nullptr, handle) != 0; }
     int IndexOf(int handle) const {
@@ -69,29 +66,21 @@ struct Model {
     }
     void Connect(int handle, int delta) {
         SCC_Notifier* const group = Group(handle);
-        if (!group) return;
-        if (delta > 0) {
-            ++hooks[group];
-            return;
-        }
-        auto const it = hooks.find(group);
-        if (it != hooks.end() && --it->second == 0) hooks.erase(it);
+        if (!group || (delta < 0 && !hooks.count(group))) return;
+        if ((hooks[group] += delta) == 0) hooks.erase(group);
     }
     void Tell(int code, int handle, int standing) {
         heard.emplace_back(code, handle);
         heardSliders.push_back(standing);
     }
+    // Behind its equals.
     void InsertItem(int handle) {
-        size_t i = 0;
-        while (i < items.size() && Cmp(items[i], handle) <= 0) ++i;
-        items.insert(items.begin() + static_cast<std::ptrdiff_t>(i), handle);
+        items.insert(std::find_if(items.begin(), items.end(), [&](int item) { return Cmp(item, handle) > 0; }),
+                     handle);
     }
     bool InPlace(int i) const {
-        int const n = static_cast<int>(items.size());
-        if (n == 1) return true;
-        if (i == 0) return Cmp(items[0], items[1]) <= 0;
-        if (i == n - 1) return Cmp(items[i], items[i - 1]) >= 0;
-        return Cmp(items[i], items[i - 1]) >= 0 && Cmp(items[i], items[i + 1]) <= 0;
+        return (i == 0 || Cmp(items[i], items[i - 1]) >= 0) &&
+               (i + 1 == static_cast<int>(items.size()) || Cmp(items[i], items[i + 1]) <= 0);
     }
     bool FocusErase(int handle) {
         auto const it = std::lower_bound(focus.begin(), focus.end(), handle);
@@ -112,75 +101,63 @@ struct Model {
         int const firstWalked = passing.empty() ? 0 : passing.front();
         std::stable_sort(passing.begin(), passing.end(), [this](int a, int b) { return Cmp(a, b) < 0; });
         if (passing != items) {
-            V kept;
-            for (int const f : focus)
-                if (std::find(passing.begin(), passing.end(), f) != passing.end()) kept.push_back(f);
-            focus = kept;
+            auto const gone = [&](int f) { return std::find(passing.begin(), passing.end(), f) == passing.end(); };
+            focus.erase(std::remove_if(focus.begin(), focus.end(), gone), focus.end());
             Tell(CN_AllChanged, 0, 0);
         }
         items = passing;
         return firstWalked;
     }
 
-    // A reload of the collection's own (SetFilter, SetSort): the cursors end cleared.
-    void DirectReload() {
-        Rebuild();
-        cursor = slider = 0;
-    }
-
     void Notify(int code, int handle) {
         if (handle == 0 && (code == CN_ItemAdded || code == CN_ItemChanged)) return;
-        bool passes = true;
-        int index = -1;
-        if (handle) {
-            passes = Passes(handle);
-            index = IndexOf(handle);
-            if (!passes && index < 0) return;
-        }
+        bool const passes = handle == 0 || Passes(handle);
+        int const index = handle ? IndexOf(handle) : -1;
+        if (!passes && index < 0) return;
         if (suspended) {
-            if (code == CN_AllChanged || code == CN_AllRemoved) {
-                pending.clear();
-            } else {
-                std::pair<int, int> const entry(code, handle);
-                if (pending.empty() || pending.back() != entry) pending.push_back(entry);
+            if (code != CN_AllChanged && code != CN_AllRemoved) {
+                if (pending.empty() || pending.back() != std::make_pair(code, handle)) pending.emplace_back(code, handle);
                 return;
             }
+            pending.clear();
         }
         int kept = cursor;
         bool const keptAtZero = cursor && IndexOf(cursor) == 0;
+        auto const enter = [&] {
+            InsertItem(handle);
+            Tell(1, handle, handle);
+        };
+        auto const leave = [&] {
+            Tell(2, handle, handle);
+            items.erase(items.begin() + index);
+            if (kept == handle) kept = 0;
+        };
         switch (code) {
         case CN_ItemAdded:
-            InsertItem(handle);
+            enter();
             Connect(handle, 1);
-            Tell(1, handle, handle);
             break;
         case CN_ItemRemoved:
             FocusErase(handle);
             if (index < 0) break;
             Connect(handle, -1);
-            Tell(2, handle, handle);
-            items.erase(items.begin() + index);
-            if (kept == handle) kept = 0;
+            leave();
             break;
         case CN_ItemChanged:
             if (index < 0) {
-                InsertItem(handle);
+                enter();
                 Connect(handle, 1);
-                Tell(1, handle, handle);
             } else if (passes && InPlace(index)) {
                 Tell(3, handle, handle);
             } else {
                 bool const inFocus = FocusErase(handle);
-                Tell(2, handle, handle);
-                items.erase(items.begin() + index);
-                if (kept == handle) kept = 0;
+                leave();
                 if (!passes) {
                     Connect(handle, -1);
                     break;
                 }
-                InsertItem(handle);
+                enter();
                 if (inFocus) FocusInsert(handle);
-                Tell(1, handle, handle);
             }
             break;
         case CN_ItemNotice:
@@ -200,18 +177,14 @@ struct Model {
             hooks.clear();
             kept = 0;
             break;
-        default:
-            break;
         }
         cursor = slider = kept;
     }
 
     void Resume() {
-        if (!suspended) return;
         suspended = false;
-        auto const queued = pending;
-        pending.clear();
         std::set<int> done;
+        auto const queued = std::exchange(pending, {});
         for (auto it = queued.rbegin(); it != queued.rend(); ++it)
             if (done.insert(it->second).second) Notify(it->first, it->second);
     }
@@ -239,6 +212,7 @@ void RunModel(unsigned seed, int steps) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 rng(seed);
     auto pick = [&](int n) { return static_cast<int>(rng() % static_cast<unsigned>(n)); };
+    auto any = [&](V const& v) { return v.empty() ? 0 : v[static_cast<size_t>(pick(static_cast<int>(v.size())))]; };
 
     Source s;
     colltest::g_Keys = &s;
@@ -261,54 +235,51 @@ void RunModel(unsigned seed, int steps) {
     Model m(s);
     c.AllowReload(1);
     m.Rebuild();
-    m.heard.clear();
-    m.heardSliders.clear();
-    listener.Take();
+    auto settle = [&] {
+        listener.Take();
+        m.heard.clear();
+        m.heardSliders.clear();
+    };
+    settle();
 
-    // The notifier through which a change of `handle` is told: its group's, when the model
-    // says the collection listens there, otherwise the source's.
+    // A change of `handle` is told through its group's notifier when the model says the
+    // collection listens there (half the time), otherwise through the source's.
     auto tell = [&](int code, int handle) {
         SCC_Notifier* const group = m.Group(handle);
         bool const viaGroup = group && m.hooks.count(group) && pick(2) == 0;
         (viaGroup ? *group : s.notifier).Notify(code, mortar::HandleToData(handle));
         m.Notify(code, handle);
     };
-    auto anySourceHandle = [&]() { return s.order.empty() ? 0 : s.order[static_cast<size_t>(pick(static_cast<int>(s.order.size())))]; };
-    auto anyItem = [&]() { return m.items.empty() ? 0 : m.items[static_cast<size_t>(pick(static_cast<int>(m.items.size())))]; };
 
     for (int step = 0; step < steps; ++step) {
         int const op = pick(100);
         std::string what;
         if (op < 22) {
             int const handle = ++next;
-            int const at = pick(static_cast<int>(s.order.size()) + 1);
-            s.order.insert(s.order.begin() + at, handle);
+            s.order.insert(s.order.begin() + pick(static_cast<int>(s.order.size()) + 1), handle);
             s.key[handle] = pick(8);
             int const group = pick(4);
-            if (group < 2) s.itemEvent[handle] = &groups[group];
-            if (group == 2) s.itemEvent[handle] = &s.notifier;
+            if (group < 3) s.itemEvent[handle] = group < 2 ? &groups[group] : &s.notifier;
             what = "add " + std::to_string(handle);
             s.Notify(CN_ItemAdded, handle);
             m.Notify(CN_ItemAdded, handle);
         } else if (op < 34) {
-            int const handle = anySourceHandle();
+            int const handle = any(s.order);
             if (!handle) continue;
             s.Remove(handle);
             what = "remove " + std::to_string(handle);
             tell(CN_ItemRemoved, handle);
         } else if (op < 58) {
-            int const handle = anySourceHandle();
-            // While suspended only items that are not shown change their keys: a queued change
-            // of a shown item leaves the items out of order until it is delivered, and the
-            // items entered meanwhile would be placed by a bisection over an unsorted list.
+            int const handle = any(s.order);
+            // While suspended only items that are not shown change their keys: a shown item
+            // would stand out of order until its change is delivered.
             if (!handle || (m.suspended && m.IndexOf(handle) >= 0)) continue;
             s.key[handle] = pick(8);
             what = "change " + std::to_string(handle);
             tell(CN_ItemChanged, handle);
         } else if (op < 62) {
-            int const handle = pick(4) == 0 ? next + 1 + pick(5) : anySourceHandle();
-            // Only the newest queued notification of a handle is delivered, so a notice queued
-            // behind a change would swallow the change.
+            int const handle = pick(4) == 0 ? next + 1 + pick(5) : any(s.order);
+            // A notice queued behind a change would swallow the change.
             if (m.suspended && m.IsPending(handle)) continue;
             what = "notice " + std::to_string(handle);
             tell(CN_ItemNotice, handle);
@@ -318,7 +289,7 @@ void RunModel(unsigned seed, int steps) {
             s.Notify(CN_AllChanged, 0);
             m.Notify(CN_AllChanged, 0);
         } else if (op < 65) {
-            int const handle = anySourceHandle();
+            int const handle = any(s.order);
             if (m.suspended && m.IsPending(handle)) continue;
             what = "ignored";
             tell(pick(2) ? CN_Ignored : 42, handle);
@@ -327,63 +298,58 @@ void RunModel(unsigned seed, int steps) {
             what = "all removed";
             s.Notify(CN_AllRemoved, 0);
             m.Notify(CN_AllRemoved, 0);
-        } else if (op < 70) {
-            // A reload while additions are queued would enter them twice at delivery: code 1
-            // does not look for the handle.
-            if (m.suspended && m.HasPendingAddition()) continue;
-            g_Mode = pick(6) - 1;
-            what = "filter " + std::to_string(g_Mode);
-            c.SetFilter(&filter);
-            m.DirectReload();
         } else if (op < 74) {
+            // A reload while an addition is queued would enter it twice at delivery.
             if (m.suspended && m.HasPendingAddition()) continue;
-            int const kind = pick(3);
-            int const descending = pick(2);
-            what = "sort " + std::to_string(kind) + (descending ? " descending" : "");
-            SCC_Sort<int>::Function const byValue = nullptr;
-            if (kind == 0) c.SetSort(byValue, descending);
-            if (kind == 1) c.SetSort(ByKey, descending);
-            if (kind == 2) c.SetSort(new KeySort, descending);
-            m.sortKind = kind;
-            m.direction = descending ? -1 : 1;
-            m.items.clear();
-            m.DirectReload();
+            if (op < 70) {
+                g_Mode = pick(6) - 1;
+                what = "filter " + std::to_string(g_Mode);
+                c.SetFilter(&filter);
+            } else {
+                int const kind = pick(3);
+                int const descending = pick(2);
+                what = "sort " + std::to_string(kind) + (descending ? " descending" : "");
+                SCC_Sort<int>::Function const byValue = nullptr;
+                if (kind == 0) c.SetSort(byValue, descending);
+                if (kind == 1) c.SetSort(ByKey, descending);
+                if (kind == 2) c.SetSort(new KeySort, descending);
+                m.sortKind = kind;
+                m.direction = descending ? -1 : 1;
+                m.items.clear();
+            }
+            m.Rebuild();
+            m.cursor = m.slider = 0;  // a reload of the collection's own clears the cursors
         } else if (op < 82) {
             what = m.suspended ? "resume" : "suspend";
-            if (m.suspended) {
-                c.Suspend(0);
-                m.Resume();
-            } else {
-                c.Suspend(1);
-                m.suspended = true;
-            }
+            c.Suspend(m.suspended ? 0 : 1);
+            if (m.suspended) m.Resume();
+            else m.suspended = true;
         } else if (op < 91) {
-            int const handle = pick(5) == 0 ? anySourceHandle() : anyItem();
+            int const handle = pick(5) == 0 ? any(s.order) : any(m.items);
             bool const add = pick(2) == 0;
             what = "focus " + std::to_string(handle) + (add ? " add" : "");
             c.SetFocus(handle, add);
             m.SetFocus(handle, add);
         } else {
             int const move = pick(4);
+            int const i = m.cursor ? m.IndexOf(m.cursor) : -1;
             if (move == 0) {
                 what = "first";
                 EXPECT_EQ(c.GetFirst(), m.items.empty() ? 0 : 1);
                 m.cursor = m.slider = m.items.empty() ? 0 : m.items.front();
             } else if (move == 1) {
-                // Not past the last item: a position that ran off the end is left out here.
-                int const i = m.cursor ? m.IndexOf(m.cursor) : -1;
+                // Not past the last item: running off the end is left to the unit tests.
                 if (i < 0 || i + 1 >= static_cast<int>(m.items.size())) continue;
                 what = "next";
                 EXPECT_EQ(c.GetNext(), 1);
                 m.cursor = m.slider = m.items[static_cast<size_t>(i + 1)];
             } else if (move == 2) {
                 what = "previous";
-                int const i = m.cursor ? m.IndexOf(m.cursor) : -1;
                 EXPECT_EQ(c.GetPrev(), i > 0 ? 1 : 0);
                 if (i > 0) m.cursor = m.slider = m.items[static_cast<size_t>(i - 1)];
                 else if (i == 0) m.cursor = 0;
             } else {
-                int const handle = pick(3) == 0 ? anySourceHandle() : anyItem();
+                int const handle = pick(3) == 0 ? any(s.order) : any(m.items);
                 what = "slider " + std::to_string(handle);
                 c.SetSlider(handle);
                 m.cursor = m.slider = m.IndexOf(handle) >= 0 ? handle : 0;
@@ -398,22 +364,17 @@ void RunModel(unsigned seed, int steps) {
         ASSERT_EQ(misplaced, 0) << "a listener found the slider on an item but the position elsewhere";
         ASSERT_EQ(c.GetSlider(), m.slider);
         ASSERT_EQ(c.IsEmpty(), m.cursor ? 0 : 1);
-        if (m.cursor) {
-            ASSERT_EQ(c.GetAt(c.GetPosition()), m.cursor);
-        }
-        listener.Take();
-        m.heard.clear();
-        m.heardSliders.clear();
-
+        ASSERT_EQ(m.cursor ? c.GetAt(c.GetPosition()) : 0, m.cursor);
+        settle();
         if (!m.suspended) {
             V expected;
-            for (int const handle : s.order)
-                if (Model::Passes(handle)) expected.push_back(handle);
+            std::copy_if(s.order.begin(), s.order.end(), std::back_inserter(expected), Model::Passes);
             V shown = m.items;
             std::sort(expected.begin(), expected.end());
             std::sort(shown.begin(), shown.end());
             ASSERT_EQ(shown, expected) << "the items are the source filtered";
-            for (size_t i = 1; i < m.items.size(); ++i) ASSERT_LE(m.Cmp(m.items[i - 1], m.items[i]), 0) << "in order";
+            ASSERT_TRUE(std::is_sorted(m.items.begin(), m.items.end(), [&](int a, int b) { return m.Cmp(a, b) < 0; }))
+                << "in sort order";
         }
     }
 }
