@@ -1,107 +1,103 @@
-// Files that fail under the library: a stream that can't be read, a message file truncated or
-// removed while its database is open, a file that can't come back after a temporary close.
-// Each ends in the defined result: a 0 or empty result, the event and its text, a failed check
-// where the file layer promises one; never a crash, a read outside a buffer, or a leak.
-#include <mortar/platform/system.h>
-#include <mortar/sfm/sfmfile.h>
-#include <mortar/sfm/sfmmsgdb.h>
-
+// Files that fail under the library. Each ends in the defined result (a 0 or empty result, the
+// event and its text, a failed check where the file layer promises one), never in a crash, a read
+// outside a buffer or a leak.
 #include "sfm/sfm_test_support.h"
 
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <string>
+#include <algorithm>
 #include <unistd.h>
 
 namespace {
 
-using sfmtest::Managers;
-using sfmtest::TempDir;
-using sfmtest::WriteFile;
+using namespace sfmtest;
+using Faults = Fixture;
 
-std::string S(SYS_StringBase const& s) { return std::string(s.GetString(), static_cast<std::size_t>(s.GetLength())); }
+TEST_F(Faults, WritesToAFullDeviceAreReported) {
+    SFM_File full("/dev/full", "w");
+    ASSERT_EQ(full.IsOpen(), 1);
+    std::string const block(1 << 16, 'x');
+    EXPECT_EQ(full.Write(block.data(), static_cast<int32_t>(block.size())), 0);
+    ASSERT_FALSE(m.events.empty());
+    EXPECT_EQ(m.events.back().code, SFM::EC_WriteFailed);
+    std::string const expected = "No space left on device\r\n\"/dev/full\"";
+    EXPECT_EQ(S(full.GetMsg()), expected);
+    EXPECT_EQ(full.Printf("%s", block.c_str()), 0);
+    EXPECT_EQ(m.events.back().code, SFM::EC_WriteFailed);
+    full.Close();
+    EXPECT_EQ(S(full.GetMsg()), expected) << "a success clears nothing";
 
-// Closes the least recently used file for the time being, as running out of handles does.
-void TakeAHandleAway(SFM& manager) {
-    SFM_EventData data("elsewhere");
-    mortar::SetLastError(EMFILE);
-    manager.Event(SFM::EC_OpenFailed, data);
+    // A small write stays in the stream's buffer; the failure shows at the close.
+    m.Reset();
+    SFM_File buffered("/dev/full", "w");
+    EXPECT_EQ(buffered.PutChar('x'), 1);
+    buffered.Close();
+    EXPECT_EQ(m.Codes(), (std::vector<int>{SFM::EC_BeforeOpen, SFM::EC_Opened, SFM::EC_CloseFailed}));
+    EXPECT_TRUE(m.checks.empty());
 }
 
-TEST(Faults, AStreamThatFailsOnReadReportsIt) {
-    TempDir dir;
-    Managers m;
+TEST_F(Faults, AStreamThatFailsOnReadReportsIt) {
     SFM_File folder(dir.Path().c_str(), "r"); // opens, but every read fails (EISDIR)
     ASSERT_EQ(folder.IsOpen(), 1);
     char buffer[16] = {};
     EXPECT_EQ(folder.Read(buffer, sizeof buffer), 0);
     int32_t value = 7;
-    folder.Get(value);
+    EXPECT_EQ(folder.Get(value), 7);
     EXPECT_TRUE(folder.GetLine(100).IsEmpty());
-    bool reported = false;
-    for (auto const& e : m.events) reported |= e.code == SFM::EC_ReadFailed;
-    EXPECT_TRUE(reported) << "a failed read raises its event";
+    auto const codes = m.Codes();
+    EXPECT_NE(std::find(codes.begin(), codes.end(), SFM::EC_ReadFailed), codes.end());
     EXPECT_NE(S(folder.GetMsg()).find("Is a directory"), std::string::npos) << S(folder.GetMsg());
+
+    // A database on such a file has a key table, and it is empty.
+    SFM_MessageDB db(SYS_StringBase(dir.Path().c_str()), 0);
+    SFM_MessageDB::SectionIterator it(&db, "");
+    EXPECT_TRUE(it.IsEmpty());
+    EXPECT_TRUE(db.getTxt(0).IsEmpty());
 }
 
-TEST(Faults, AMessageFileTruncatedUnderItsDatabase) {
-    TempDir dir;
-    Managers m;
+TEST_F(Faults, AMessageFileTruncatedUnderItsDatabase) {
     std::string const path = dir / "db.txt";
     WriteFile(path, "[A]\n0:first text\n1:second text\n2:third text, the longest of them all\n");
     SFM_MessageDB db(SYS_StringBase(path.c_str()), 0);
     int32_t const base = db.GetSectionBase("A");
     ASSERT_EQ(S(db.getTxt(base + 2)), "third text, the longest of them all");
     ASSERT_EQ(truncate(path.c_str(), 20), 0); // keeps "[A]\n0:first text\n1:s"
-    // What the open stream still holds in its buffer may come back as it was; anything else is
-    // read from what is left of the file. Once the stream starts afresh, after a temporary close,
-    // every text comes from the truncated file.
+    // What the stream still buffers may come back as it was; once it starts afresh after a
+    // temporary close, every text comes from what is left of the file.
     std::string const middle = S(db.getTxt(base + 1));
     EXPECT_TRUE(middle == "second text" || middle == "s") << middle;
     TakeAHandleAway(m.Files());
+    m.Reset();
     EXPECT_EQ(S(db.getTxt(base)), "first text");
-    EXPECT_EQ(S(db.getTxt(base + 1)), "s") << "what is left of the text";
+    EXPECT_EQ(m.Codes(), (std::vector<int>{SFM::EC_BeforeOpen})) << "brought back transparently";
+    EXPECT_EQ(S(db.getTxt(base + 1)), "s");
     EXPECT_TRUE(db.getTxt(base + 2).IsEmpty()) << "a text past the end reads as empty";
     SFM_MessageDB::SectionIterator it(&db, "A");
     for (int guard = 0; !it.IsEmpty() && guard < 10; ++guard) ++it;
     EXPECT_TRUE(it.IsEmpty());
 }
 
-TEST(Faults, AMessageFileRemovedUnderItsDatabase) {
-    TempDir dir;
-    Managers m;
+TEST_F(Faults, AMessageFileRemovedUnderItsDatabase) {
     std::string const path = dir / "db.mdb";
-    std::string const source = dir / "db.txt";
-    WriteFile(source, "[A]\n0:kept\n1:also kept\n");
-    {
-        SFM_MessageDB text(SYS_StringBase(source.c_str()), 0);
-        text.Save(SYS_StringBase(path.c_str()));
-    }
+    WriteFile(dir / "db.txt", "[A]\n0:kept\n1:also kept\n");
+    SFM_MessageDB(SYS_StringBase((dir / "db.txt").c_str()), 0).Save(path.c_str());
     SFM_MessageDB db{SYS_StringBase(path.c_str())};
     int32_t const base = db.GetSectionBase("A");
     ASSERT_EQ(S(db.getTxt(base)), "kept");
     ASSERT_EQ(std::remove(path.c_str()), 0);
-    // The open stream still reads the removed file.
-    EXPECT_EQ(S(db.getTxt(base + 1)), "also kept");
+    EXPECT_EQ(S(db.getTxt(base + 1)), "also kept") << "the open stream still reads the removed file";
     // Closed for the time being, it can't come back: a failed check, and empty texts from then on.
     m.Reset();
     TakeAHandleAway(m.Files());
     EXPECT_TRUE(db.getTxt(base).IsEmpty());
-    EXPECT_FALSE(m.checks.empty()) << "the failed return is a failed check";
+    EXPECT_FALSE(m.checks.empty());
     EXPECT_TRUE(db.getTxt(base + 1).IsEmpty());
-    SFM_MessageDB::SectionIterator it(&db, "A");
-    EXPECT_TRUE(S(static_cast<SYS_StringBase>(it)).empty());
+    EXPECT_TRUE(S(SFM_MessageDB::SectionIterator(&db, "A")).empty());
 }
 
-TEST(Faults, AFileThatCantComeBackStaysClosedAndSaysSo) {
-    TempDir dir;
-    Managers m;
+TEST_F(Faults, AFileThatCantComeBackStaysClosedAndSaysSo) {
     std::string const path = dir / "data.bin";
     WriteFile(path, "0123456789");
     SFM_File file(path.c_str(), "r+b");
-    ASSERT_EQ(file.IsOpen(), 1);
-    EXPECT_EQ(file.Seek(4, SFM_File::ST_Begin), 1);
+    EXPECT_EQ(file.PushPosition(4, SFM_File::ST_Begin), 1);
     TakeAHandleAway(m.Files());
     ASSERT_EQ(std::remove(path.c_str()), 0);
     m.Reset();
@@ -109,6 +105,9 @@ TEST(Faults, AFileThatCantComeBackStaysClosedAndSaysSo) {
     EXPECT_FALSE(m.checks.empty());
     EXPECT_EQ(file.IsOpen(), 0);
     EXPECT_EQ(file.Write("x", 1), 0) << "a closed file writes nothing";
+    file.PopPosition();
+    file.Close();
+    EXPECT_EQ(m.Codes(), (std::vector<int>{SFM::EC_BeforeOpen})) << "nothing to close";
 }
 
 } // namespace
