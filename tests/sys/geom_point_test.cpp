@@ -12,105 +12,65 @@ constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 TEST(GeomArith, ConversionsAreTotal) {
-    struct Case {
-        char const* name;
-        double v;
-        int32_t rounded, truncated;
-    } const cases[] = {
-        {"half goes up", 2.5, 3, 2},          {"half goes down when negative", -2.5, -3, -2},
-        {"negative fraction", -2.9, -3, -2},  {"negative zero", -0.0, 0, 0},
-        {"largest int", 2147483647.0, kMax, kMax}, {"half below largest", 2147483646.5, kMax, 2147483646},
-        {"just above largest", 2147483647.5, kMax, kMax}, {"smallest int", -2147483648.0, kMin, kMin},
-        {"just below smallest", -2147483648.5, kMin, kMin}, {"far out", 1e300, kMax, kMax},
-        {"far out, negative", -1e300, kMin, kMin}, {"infinity", kInf, kMax, kMax},
-        {"minus infinity", -kInf, kMin, kMin}, {"NaN", kNaN, 0, 0},
-    };
+    struct Case { double v; int32_t rounded, truncated; } const cases[] = {
+        {2.5, 3, 2},           {-2.5, -3, -2},          {-2.9, -3, -2},          {-0.0, 0, 0},
+        {2147483646.5, kMax, 2147483646}, {2147483647.5, kMax, kMax}, {-2147483648.0, kMin, kMin},
+        {-2147483648.5, kMin, kMin}, {kInf, kMax, kMax}, {-kInf, kMin, kMin}, {kNaN, 0, 0}};
     for (auto const& c : cases) {
-        EXPECT_EQ(mortar::RoundHalfAway(c.v), c.rounded) << c.name;
-        EXPECT_EQ(mortar::TruncToInt32(c.v), c.truncated) << c.name;
+        EXPECT_EQ(mortar::RoundHalfAway(c.v), c.rounded) << c.v;
+        EXPECT_EQ(mortar::TruncToInt32(c.v), c.truncated) << c.v;
     }
 }
 
-TEST(GeomArith, IntegerArithmeticWrapsAtTheLimits) {
+TEST(Point, IntegerArithmeticWrapsAndRoundsByItsRule) {
     EXPECT_EQ(SYS_Point(kMax, kMin) + SYS_Point(1, -1), SYS_Point(kMin, kMax));
     EXPECT_EQ(SYS_Point(kMin, 0) - 1, SYS_Point(kMax, -1));
     EXPECT_EQ(SYS_Point(kMax, 3) * kMax, SYS_Point(1, 2147483645));
     EXPECT_EQ(SYS_Point(kMin, 0).MLength(), kMin); // 2^31 wraps
-    EXPECT_EQ(SYS_Point(-SYS_COORD_LIMIT, 0).MDistance(SYS_Point(SYS_COORD_LIMIT, 0)), 2 * SYS_COORD_LIMIT);
+    EXPECT_EQ(SYS_Point(kMin, 0).Length(), 2147483648.0);
     // The midpoint wraps its sum first, then halves it away from zero.
     EXPECT_EQ(SYS_Point(kMax, kMin).Median(SYS_Point(1, -1)), SYS_Point(-1073741824, 1073741824));
-    EXPECT_EQ(SYS_Point(SYS_COORD_LIMIT, -SYS_COORD_LIMIT).Median(SYS_Point(SYS_COORD_LIMIT - 1, 0)),
-              SYS_Point(SYS_COORD_LIMIT, -533400000));
-    EXPECT_EQ(SYS_Point(kMin, 0).Length(), 2147483648.0);
-}
+    EXPECT_EQ(SYS_Point(1, -1).Median(SYS_Point(2, -2)), SYS_Point(2, -2));
 
-TEST(Point, IntegerResultsFollowTheirRoundingRule) {
     EXPECT_EQ(SYS_Point(7, -7) / 2, SYS_Point(4, -4));   // half-away
     EXPECT_EQ(SYS_Point(7, -7) * 0.5, SYS_Point(3, -3)); // truncated
     SYS_Point scaled(3, 3);
-    scaled.Scale(0.5);
-    EXPECT_EQ(scaled, SYS_Point(2, 2));
-    scaled.Scale(-0.5, 1.5);
-    EXPECT_EQ(scaled, SYS_Point(-1, 3));
-    EXPECT_EQ(SYS_Point(1, 1).Median(SYS_Point(2, 2)), SYS_Point(2, 2));
-    EXPECT_EQ(SYS_Point(1, -1).Median(SYS_Point(2, -2)), SYS_Point(2, -2));
+    scaled.Scale(-0.5, 1.5); // half-away
+    EXPECT_EQ(scaled, SYS_Point(-2, 5));
     // Beyond the range: saturated by sign; 0 / 0 is 0.
     EXPECT_EQ(SYS_Point(5, -5) / 0, SYS_Point(kMax, kMin));
     EXPECT_EQ(SYS_Point(0, 1) / 0, SYS_Point(0, kMax));
     EXPECT_EQ(SYS_Point(SYS_COORD_LIMIT, -SYS_COORD_LIMIT) * 3.0, SYS_Point(kMax, kMin));
 
     SYS_Point const p(4, 9);
-    EXPECT_EQ(p[0], 4);
-    EXPECT_EQ(p[1] + p[2] + p[-1], 27); // every index but 0 is y
+    EXPECT_EQ(p[0] + p[1] + p[-1], 22); // every index but 0 is y
     EXPECT_TRUE(SYS_Point(1, 9) < SYS_Point(2, 0) && SYS_Point(1, 0) < SYS_Point(1, 1));
-    EXPECT_FALSE(SYS_Point(1, 1) < SYS_Point(1, 1) || SYS_Point(1, 9) > SYS_Point(2, 0));
+    EXPECT_FALSE(SYS_Point(1, 1) < SYS_Point(1, 1));
 }
 
-TEST(Point, Measures) {
-    EXPECT_EQ(SYS_Point(5, 5).Length(), 5 * 1.4142135623730951);
+TEST(Point, MeasuresAndPolarAngle) {
     EXPECT_EQ(SYS_Point(-5, 5).Length(), 5 * 1.4142135623730951);
-    EXPECT_EQ(SYS_Point(0, -7).Length(), 7.0);
     EXPECT_EQ(SYS_Point(4, 6).Distance(SYS_Point(1, 2)), 5.0);
-    EXPECT_EQ(SYS_Point(3, -4).GetPolarRadius(), 5.0);
-    EXPECT_EQ(SYS_Point(2, 3).ScalarProduct(SYS_Point(4, -5)), -7.0);
-    EXPECT_EQ(SYS_Point(1, 0).VectorProduct(SYS_Point(0, 1)), 1.0);
-    EXPECT_EQ(SYS_Point(0, 1).VectorProduct(SYS_Point(1, 0)), -1.0);
+    EXPECT_EQ(SYS_Point(0, 1).VectorProduct(SYS_Point(1, 0)), -1.0); // clockwise: negative
     EXPECT_EQ(SYS_Point(kMax, kMax).ScalarProduct(SYS_Point(kMax, kMax)), 2.0 * 2147483647.0 * 2147483647.0);
-}
 
-TEST(Point, PolarAngle) {
-    struct Case {
-        char const* name;
-        int32_t x, y, angle;
-    } const cases[] = {
-        {"+X", 1, 0, 0},
-        {"first diagonal", 1, 1, 81000000},
-        {"+Y", 0, 1, 162000000},
-        {"second diagonal", -1, 1, 243000000},
-        {"-X", -1, 0, 324000000},
-        {"third diagonal", -1, -1, 405000000},
-        {"-Y", 0, -1, 486000000},
-        {"fourth diagonal", 1, -1, 567000000},
-        {"zero vector", 0, 0, 0},
-        {"just below +X, truncated up", 1000000, -1, 647999897},
-        {"just below +X, truncated to zero", 1000000000, -1, 0},
-        {"long diagonal", kMax, kMax, 81000000},
-    };
+    struct Case { int32_t x, y, angle; } const cases[] = {
+        {1, 0, 0},          {1, 1, 81000000},    {0, 1, 162000000},  {-1, 1, 243000000}, {-1, 0, 324000000},
+        {-1, -1, 405000000}, {0, -1, 486000000}, {1, -1, 567000000}, {0, 0, 0},          {kMax, kMax, 81000000},
+        {1000000, -1, 647999897}, // just below +X: a negative angle goes once round
+        {1000000000, -1, 0}};     // closer still: truncated to 0, never a full turn
     for (auto const& c : cases) {
-        EXPECT_EQ(SYS_Point(c.x, c.y).GetPolarAngle(), c.angle) << c.name;
-        EXPECT_EQ(SYS_DoublePoint(c.x, c.y).GetPolarAngle(), c.angle) << c.name;
+        EXPECT_EQ(SYS_Point(c.x, c.y).GetPolarAngle(), c.angle) << c.x << "," << c.y;
+        EXPECT_EQ(SYS_DoublePoint(c.x, c.y).GetPolarAngle(), c.angle) << c.x << "," << c.y;
     }
     EXPECT_EQ(SYS_DoublePoint(-1.0, -0.0).GetPolarAngle(), 324000000); // atan2 gives -pi
     EXPECT_EQ(SYS_DoublePoint(kNaN, 1.0).GetPolarAngle(), 0);
 }
 
-TEST(DoublePoint, ValuesAndConversions) {
-    SYS_DoublePoint d;
-    EXPECT_EQ(d, SYS_DoublePoint(0.0, 0.0));
+TEST(DoublePoint, ValidityAndConversions) {
     EXPECT_EQ(SYS_DoublePoint(1066799999.0, -1066799999.0).IsValid(), 1);
-    EXPECT_EQ(SYS_DoublePoint(1066800000.0, 0.0).IsValid(), 0);
-    EXPECT_EQ(SYS_DoublePoint(0.0, -1066800000.0).IsValid(), 0);
-    EXPECT_EQ(SYS_DoublePoint(kNaN, 0.0).IsValid(), 0);
+    EXPECT_FALSE(SYS_DoublePoint(1066800000.0, 0.0).IsValid() || SYS_DoublePoint(0.0, -1066800000.0).IsValid() ||
+                 SYS_DoublePoint(kNaN, 0.0).IsValid());
     EXPECT_NE(SYS_DoublePoint(0.1 + 0.2, 0), SYS_DoublePoint(0.3, 0)); // no tolerance
 
     SYS_Point p;
@@ -119,11 +79,9 @@ TEST(DoublePoint, ValuesAndConversions) {
     EXPECT_EQ(static_cast<SYS_Point>(SYS_DoublePoint(1e12, kNaN)), SYS_Point(kMax, 0));
     p = {1, 2}; // braces pick the integer point
     EXPECT_EQ(p, SYS_Point(1, 2));
-    d = SYS_Point(kMin, kMax);
+    SYS_DoublePoint d = SYS_Point(kMin, kMax);
     d.Scale(0.5); // nothing rounded
     EXPECT_EQ(d, SYS_DoublePoint(-1073741824.0, 1073741823.5));
-    EXPECT_EQ(SYS_DoublePoint(3, 4).GetPolarRadius(), 5.0);
-    EXPECT_EQ(SYS_DoublePoint(3, 4)[7], 4.0);
 }
 
 } // namespace

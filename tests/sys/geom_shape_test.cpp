@@ -21,94 +21,62 @@ std::string Show(SYS_Box const& b) {
 SYS_Box const kUnset(SYS_COORD_LIMIT, SYS_COORD_LIMIT, -SYS_COORD_LIMIT, -SYS_COORD_LIMIT);
 
 TEST(Box, StatesAndEdits) {
-    EXPECT_TRUE(SYS_Box().IsValid() && SYS_Box().IsEmpty());
     EXPECT_TRUE(SYS_Box(0, 0, 0, 5).IsValid() && SYS_Box(0, 0, 0, 5).IsEmpty());
-    EXPECT_FALSE(SYS_Box(5, 5, 0, 0).IsValid() || SYS_Box(5, 5, 0, 0).IsEmpty());
-    EXPECT_FALSE(SYS_Box(0, 5, 5, 0).IsValid() || kUnset.IsValid());
+    EXPECT_FALSE(SYS_Box(5, 5, 0, 0).IsValid() || SYS_Box(5, 5, 0, 0).IsEmpty() || kUnset.IsValid());
     EXPECT_EQ(SYS_Box(SYS_Point(10, 10), -5), SYS_Box(5, 5, 10, 10));
-    SYS_Box b(SYS_Point(4, 3), SYS_Point(1, 2)); // stored without ordering
-    EXPECT_EQ(b.GetWidth(), -3);
-    EXPECT_EQ(b.GetUpperLeft(), SYS_Point(4, 2));
-    b.Normalize();
-    EXPECT_EQ(b, SYS_Box(1, 2, 4, 3));
-
-    b.Set(0, 0, 10, 10);
+    SYS_Box b(0, 0, 10, 10);
     b.Expand(-6); // shrunk past the middle, then normalised
     EXPECT_EQ(b, SYS_Box(4, 4, 6, 6));
-    EXPECT_EQ(SYS_Box(-3, -3, 0, 0).GetCenter(), SYS_Point(-1, -1));      // truncated toward zero
+    EXPECT_EQ(SYS_Box(-3, -3, 0, 0).GetCenter(), SYS_Point(-1, -1));              // truncated toward zero
     EXPECT_EQ(SYS_Box(INT32_MAX, 0, INT32_MAX, 2).GetCenter(), SYS_Point(-1, 1)); // the sum wraps
     b.Set(0, 0, 5, 3);
     b.SetCenter(SYS_Point(-10, 10));
     EXPECT_EQ(b, SYS_Box(-12, 9, -7, 12)); // width 5 and height 3 kept
     b.Set(2, 2, 4, 4);
-    for (SYS_Point p : {SYS_Point(2, 2), SYS_Point(4, 2), SYS_Point(4, 4), SYS_Point(2, 4)}) EXPECT_TRUE(b.IsInclude(p));
+    EXPECT_TRUE(b.IsInclude(SYS_Point(2, 2)) && b.IsInclude(SYS_Point(4, 4)));
     EXPECT_FALSE(b.IsInclude(SYS_Point(5, 3)) || SYS_Box(4, 4, 2, 2).IsInclude(SYS_Point(3, 3)));
-    b.Increase(-1, 7);
-    EXPECT_EQ(b, SYS_Box(-1, 2, 4, 7));
 
     // The corners are references to the stored fields.
     SYS_Point const& ll = b.GetLowerLeft();
     b.SetLeft(-7);
     b.Move(SYS_Point(1, 1));
-    EXPECT_EQ(ll, SYS_Point(-6, 3));
-    EXPECT_EQ(b.GetUpperRight(), SYS_Point(5, 8));
+    EXPECT_TRUE(ll == SYS_Point(-6, 3) && b.GetUpperRight() == SYS_Point(5, 5));
 }
 
 TEST(Box, CombineAndIntersection) {
     SYS_Box b = kUnset;
-    b.Combine(kUnset);
-    EXPECT_TRUE(b.IsUnset());
-    b.Combine(SYS_Box(1, 2, 3, 4));
-    b.Combine(kUnset);
-    EXPECT_EQ(b, SYS_Box(1, 2, 3, 4));
-    b.Combine(SYS_Box(-5, 3, 2, 9));
+    for (SYS_Box const& next : {kUnset, SYS_Box(1, 2, 3, 4), kUnset, SYS_Box(-5, 3, 2, 9)}) b.Combine(next);
     EXPECT_EQ(b, SYS_Box(-5, 2, 3, 9));
     SYS_Box zero;
     zero.Combine(SYS_Box(10, 10, 20, 20)); // the zero box is a box like any other
     EXPECT_EQ(zero, SYS_Box(0, 0, 20, 20));
 
-    struct Case {
-        char const* name;
-        SYS_Box a, b;
-        int result;
-        SYS_Box expected;
-    } const cases[] = {
-        {"overlap", {0, 0, 10, 10}, {5, -5, 15, 5}, 1, {5, 0, 10, 5}},
-        {"touching edge", {0, 0, 10, 10}, {10, 0, 20, 10}, 0, {10, 0, 10, 10}},
-        {"apart in X: left drops to right", {0, 0, 10, 10}, {20, 0, 30, 10}, 0, {10, 0, 10, 10}},
-        {"apart in X and Y: Y stays inverted", {0, 0, 10, 10}, {20, 20, 30, 30}, 0, {10, 20, 10, 10}},
-        {"apart in Y only", {0, 0, 10, 10}, {0, 20, 10, 30}, 0, {0, 10, 10, 10}},
+    struct Case { SYS_Box a, b; int result; SYS_Box expected; } const cases[] = {
+        {{0, 0, 10, 10}, {5, -5, 15, 5}, 1, {5, 0, 10, 5}},
+        {{0, 0, 10, 10}, {10, 0, 20, 10}, 0, {10, 0, 10, 10}},   // touching
+        {{0, 0, 10, 10}, {20, 20, 30, 30}, 0, {10, 20, 10, 10}}, // apart: left drops, Y stays inverted
+        {{0, 0, 10, 10}, {0, 20, 10, 30}, 0, {0, 10, 10, 10}},   // apart in Y only: lower drops
     };
     for (auto const& c : cases) {
         SYS_Box r(99, 99, 99, 99);
-        EXPECT_EQ(r.SetAsIntersection(c.a, c.b), c.result) << c.name;
-        EXPECT_EQ(Show(r), Show(c.expected)) << c.name;
+        EXPECT_EQ(r.SetAsIntersection(c.a, c.b), c.result) << Show(c.b);
+        EXPECT_EQ(Show(r), Show(c.expected));
     }
     SYS_Box self(0, 0, 10, 10);
-    EXPECT_EQ(self.SetAsIntersection(self, SYS_Box(5, 5, 20, 20)), 1);
-    EXPECT_EQ(self, SYS_Box(5, 5, 10, 10));
+    EXPECT_TRUE(self.SetAsIntersection(self, SYS_Box(5, 5, 20, 20)) == 1 && self == SYS_Box(5, 5, 10, 10));
 }
 
 TEST(Box, ClipByHand) {
-    struct Case {
-        char const* name;
-        SYS_Box clip, b;
-        std::string pieces;
-    } const cases[] = {
-        {"hole in the middle", {2, 2, 4, 4}, {0, 0, 6, 6}, "(0, 0, 2, 6)(2, 0, 4, 2)(2, 4, 4, 6)(4, 0, 6, 6)"},
-        {"apart", {20, 20, 30, 30}, {0, 0, 10, 10}, "(0, 0, 10, 10)"},
+    struct Case { char const* name; SYS_Box clip, b; std::string pieces; } const cases[] = {
+        {"hole", {2, 2, 4, 4}, {0, 0, 6, 6}, "(0, 0, 2, 6)(2, 0, 4, 2)(2, 4, 4, 6)(4, 0, 6, 6)"},
+        {"b inverted", {2, 2, 4, 4}, {6, 6, 0, 0}, "(0, 0, 2, 6)(2, 0, 4, 2)(2, 4, 4, 6)(4, 0, 6, 6)"},
         {"apart, split at the clip's edge", {5, 20, 15, 30}, {0, 0, 10, 10}, "(0, 0, 5, 10)(5, 0, 10, 10)"},
         {"zero-size clip inside", {5, 5, 5, 5}, {0, 0, 10, 10}, "(0, 0, 5, 10)(5, 0, 10, 10)"},
-        {"lower half", {0, 0, 10, 5}, {0, 0, 10, 10}, "(0, 5, 10, 10)"},
         {"corner overlap", {3, 3, 7, 7}, {0, 0, 5, 5}, "(0, 0, 3, 5)(3, 0, 5, 3)"},
-        {"b inverted", {2, 2, 4, 4}, {6, 6, 0, 0}, "(0, 0, 2, 6)(2, 0, 4, 2)(2, 4, 4, 6)(4, 0, 6, 6)"},
         {"itself", {1, 2, 3, 4}, {1, 2, 3, 4}, ""},
-        {"vertical band across", {2, -1, 4, 7}, {0, 0, 6, 6}, "(0, 0, 2, 6)(4, 0, 6, 6)"},
-        {"horizontal band across", {-1, 2, 7, 4}, {0, 0, 6, 6}, "(0, 0, 6, 2)(0, 4, 6, 6)"},
         {"b of zero width", {0, 0, 1, 1}, {5, 0, 5, 9}, ""},
         {"near the 32-bit limits", {-5, -5, 5, 5}, {INT32_MIN, INT32_MIN, INT32_MAX, 0},
-         "(-2147483648, -2147483648, -5, 0)(-5, -2147483648, 5, -5)(5, -2147483648, 2147483647, 0)"},
-    };
+         "(-2147483648, -2147483648, -5, 0)(-5, -2147483648, 5, -5)(5, -2147483648, 2147483647, 0)"}};
     for (auto const& c : cases) {
         SYS_Box out[4];
         int const n = c.clip.Clip(c.b, out);
@@ -120,8 +88,7 @@ TEST(Box, ClipByHand) {
 }
 
 // Random boxes on an 8 x 8 grid, inverted and degenerate ones included: every unit cell of
-// b lies in exactly one piece or in the clipping box, no piece reaches outside b or into the
-// clipping box, and every piece is a well-formed box of nonzero size.
+// b lies in exactly one piece or in the clipping box, and every piece is well formed and not empty.
 TEST(Box, ClipCoversExactlyWithoutOverlap) {
     std::mt19937 rng(20240601);
     std::uniform_int_distribution<int32_t> coord(0, 8);
@@ -137,28 +104,20 @@ TEST(Box, ClipCoversExactlyWithoutOverlap) {
         ASSERT_LE(n, 4);
         for (int i = 0; i < n; ++i)
             ASSERT_TRUE(out[i].IsValid() && !out[i].IsEmpty()) << Show(clip) << Show(b) << Show(out[i]);
-        for (int x = 0; x < 8; ++x) {
+        for (int x = 0; x < 8; ++x)
             for (int y = 0; y < 8; ++y) {
                 int count = inside(clip, x, y) && inside(b, x, y);
                 for (int i = 0; i < n; ++i) count += inside(out[i], x, y);
-                ASSERT_EQ(count, inside(b, x, y) ? 1 : 0) << "cell " << x << "," << y << " " << Show(clip) << Show(b);
+                ASSERT_EQ(count, inside(b, x, y) ? 1 : 0) << "cell " << x << "," << y << Show(clip) << Show(b);
             }
-        }
     }
 }
 
 TEST(Curves, SegmentCircleAndArcValues) {
-    SYS_Segment s(1, 2, 4, 6);
-    EXPECT_EQ(s[0], SYS_Point(1, 2));
-    EXPECT_EQ(s[5], SYS_Point(4, 6));
-    EXPECT_EQ(s.GetLength(), 5.0);
-    EXPECT_NE(s, SYS_Segment(s.GetEnd(), s.GetStart()));
-    EXPECT_EQ(SYS_Segment(s.GetEnd(), s.GetStart()).GetBox(), SYS_Box(1, 2, 4, 6));
-    s += INT32_MAX;
-    EXPECT_EQ(s - SYS_Point(0, 1), SYS_Segment(INT32_MIN, INT32_MIN, -2147483645, -2147483644));
+    SYS_Segment const s(4, 6, 1, 2);
+    EXPECT_TRUE(s[0] == SYS_Point(4, 6) && s[5] == SYS_Point(1, 2) && s.GetLength() == 5.0);
+    EXPECT_EQ(s.GetBox(), SYS_Box(1, 2, 4, 6));
     EXPECT_EQ(SYS_Circle(1, 1, -5).GetBox(), SYS_Box(6, 6, -4, -4)); // a negative radius inverts
-    EXPECT_EQ(SYS_Circle(0, 0, -SYS_COORD_LIMIT + 1).IsValid(), 1);
-    EXPECT_EQ(SYS_Circle(0, 0, SYS_COORD_LIMIT).IsValid(), 0);
 
     SYS_Arc quarter(SYS_Point(10, 0), SYS_Point(0, 10), SYS_Point(0, 0), 10);
     EXPECT_EQ(quarter.GetSizeAngle(), 162000000);
@@ -166,50 +125,34 @@ TEST(Curves, SegmentCircleAndArcValues) {
     quarter.SetRadius(-10); // clockwise: the long way round
     EXPECT_EQ(quarter.GetSizeAngle(), -486000000);
     EXPECT_DOUBLE_EQ(quarter.GetLength(), 15 * mortar::kPi);
-
     SYS_Arc tiny(SYS_Point(1000000000, 97), SYS_Point(1000000000, 49), SYS_Point(0, 0), 1000000000);
-    ASSERT_EQ(tiny.GetStartAngle(), 10);
-    ASSERT_EQ(tiny.GetEndAngle(), 5);
-    EXPECT_EQ(tiny.GetSizeAngle(), 647999995);
+    ASSERT_TRUE(tiny.GetStartAngle() == 10 && tiny.GetEndAngle() == 5);
+    EXPECT_EQ(tiny.GetSizeAngle(), 647999995); // the long way round
     tiny.SetRadius(-1000000000);
     EXPECT_EQ(tiny.GetSizeAngle(), -5);
+    SYS_Arc const full(SYS_Point(3, 4), SYS_Point(3, 4), SYS_Point(0, 0), 5);
+    EXPECT_TRUE(full.GetSizeAngle() == 0 && full.GetLength() == 0.0);
 
-    SYS_Arc full(SYS_Point(3, 4), SYS_Point(3, 4), SYS_Point(0, 0), 5);
-    EXPECT_EQ(full.GetSizeAngle(), 0);
-    EXPECT_EQ(full.GetLength(), 0.0);
     // The tolerance is one square unit: r^2 + 1 and r^2 - 1 pass, r^2 + 2 does not.
     EXPECT_EQ(SYS_Arc(SYS_Point(5, 1), SYS_Point(3, 4), SYS_Point(0, 0), 5).IsValidArc(), 1);
     EXPECT_EQ(SYS_Arc(SYS_Point(2, 2), SYS_Point(3, 0), SYS_Point(0, 0), -3).IsValidArc(), 1);
     EXPECT_EQ(SYS_Arc(SYS_Point(4, 1), SYS_Point(3, 3), SYS_Point(0, 0), 4).IsValidArc(), 0);
     EXPECT_EQ(SYS_Arc(SYS_Point(3, 4), SYS_Point(3, 4), SYS_Point(INT32_MIN, 0), 5).IsValidArc(), 0);
-    EXPECT_NE(full, SYS_Arc(full.start, full.end, full.center, -5));
 }
 
 TEST(Arc, BoxThroughEveryQuadrant) {
     // Points on the circle of radius 5 in each quadrant, and on the axes.
-    SYS_Point const q1(3, 4), q2(-4, 3), q3(-3, -4), q4(4, -3);
-    SYS_Point const east(5, 0), north(0, 5), west(-5, 0), south(0, -5);
-    struct Case {
-        char const* name;
-        SYS_Point start, end;
-        int32_t radius;
-        SYS_Box box;
-    } const cases[] = {
-        {"Q1 to Q2 ccw, over the top", q1, q2, 5, {-4, 3, 3, 5}},
-        {"Q1 to Q4 ccw, three extremes", q1, q4, 5, {-5, -5, 4, 5}},
-        {"Q2 to Q1 ccw, the long way", q2, q1, 5, {-5, -5, 5, 4}},
-        {"Q4 to Q1 ccw, right", q4, q1, 5, {3, -3, 5, 4}},
-        {"Q1 full circle ccw", q1, q1, 5, {-5, -5, 5, 5}},
-        {"Q1 to Q2 cw, the long way", q1, q2, -5, {-5, -5, 5, 4}},
-        {"Q1 to Q3 cw, right and bottom", q1, q3, -5, {-3, -5, 5, 4}},
-        {"Q2 to Q1 cw, top", q2, q1, -5, {-4, 3, 3, 5}},
-        {"Q4 to Q3 cw, bottom", q4, q3, -5, {-3, -5, 4, -3}},
-        {"Q3 full circle cw", q3, q3, -5, {-5, -5, 5, 5}},
+    SYS_Point const q1(3, 4), q2(-4, 3), q3(-3, -4), q4(4, -3), east(5, 0), north(0, 5), west(-5, 0),
+        south(0, -5);
+    struct Case { char const* name; SYS_Point start, end; int32_t radius; SYS_Box box; } const cases[] = {
+        {"Q1 to Q2 ccw", q1, q2, 5, {-4, 3, 3, 5}},          {"Q1 to Q2 cw", q1, q2, -5, {-5, -5, 5, 4}},
+        {"Q1 to Q4 ccw", q1, q4, 5, {-5, -5, 4, 5}},         {"Q1 to Q3 cw", q1, q3, -5, {-3, -5, 5, 4}},
+        {"Q2 to Q1 ccw", q2, q1, 5, {-5, -5, 5, 4}},         {"Q2 to Q1 cw", q2, q1, -5, {-4, 3, 3, 5}},
+        {"Q4 to Q1 ccw", q4, q1, 5, {3, -3, 5, 4}},          {"Q4 to Q3 cw", q4, q3, -5, {-3, -5, 4, -3}},
+        {"Q1 full circle ccw", q1, q1, 5, {-5, -5, 5, 5}},   {"Q3 full circle cw", q3, q3, -5, {-5, -5, 5, 5}},
+        {"west to east ccw", west, east, 5, {-5, -5, 5, 0}}, {"west to east cw", west, east, -5, {-5, 0, 5, 5}},
         {"east to north cw", east, north, -5, {-5, -5, 5, 5}},
-        {"west to east ccw, bottom", west, east, 5, {-5, -5, 5, 0}},
-        {"west to east cw, top", west, east, -5, {-5, 0, 5, 5}},
-        {"south full circle cw", south, south, -5, {-5, -5, 5, 5}},
-    };
+        {"south full circle cw", south, south, -5, {-5, -5, 5, 5}}};
     for (auto const& c : cases) {
         for (SYS_Point d : {SYS_Point(0, 0), SYS_Point(SYS_COORD_LIMIT - 5, -SYS_COORD_LIMIT + 5)}) {
             SYS_Arc const arc(c.start + d, c.end + d, d, c.radius);
@@ -226,55 +169,45 @@ TEST(Arc, BoxThroughEveryQuadrant) {
     EXPECT_EQ(out, SYS_Point(0, 0));
 }
 
-// Random arcs whose ends lie exactly on the circle (lattice points of radii with many of them,
-// the axis points included), both directions, full circles too: the box holds every point
-// sampled along the arc and is no larger than they are.
+// The box of the arc about c from s to e (given relative to c) holds every point sampled along
+// the arc, and misses no extreme by more than the sampling can.
+void ExpectBoxHoldsSamples(SYS_Point c, SYS_Point s, SYS_Point e, int32_t radius) {
+    SYS_Arc const arc(s + c, e + c, c, radius);
+    SYS_Box const box = arc.GetBox();
+    double const from = std::atan2(s.y, s.x), to = std::atan2(e.y, e.x), turn = 2 * mortar::kPi, r = std::abs(radius);
+    // The sweep in the arc's direction; equal ends make a full circle.
+    double sweep = s == e ? turn : std::fmod(to - from + 2 * turn, turn);
+    if (radius < 0) sweep = s == e ? -sweep : sweep - turn;
+    double lo[2] = {1e18, 1e18}, hi[2] = {-1e18, -1e18};
+    for (int i = 0; i <= 2000; ++i) {
+        double const t = from + sweep * i / 2000;
+        double const xy[2] = {c.x + r * std::cos(t), c.y + r * std::sin(t)};
+        for (int a = 0; a < 2; ++a) lo[a] = std::min(lo[a], xy[a]), hi[a] = std::max(hi[a], xy[a]);
+    }
+    double const slack = 1e-5 * r;
+    int32_t const low[2] = {box.left, box.lower}, high[2] = {box.right, box.upper};
+    for (int a = 0; a < 2; ++a)
+        EXPECT_TRUE(low[a] <= lo[a] + 1e-6 && low[a] > lo[a] - slack && high[a] >= hi[a] - 1e-6 &&
+                    high[a] < hi[a] + slack)
+            << Show(SYS_Box(arc.start, arc.end)) << " about " << c.x << "," << c.y << " radius " << radius
+            << " gives " << Show(box);
+}
+
+// Every arc between two lattice points of a circle of radius 25 (all quadrants and axes, two
+// points in each octant), both directions, full circles too, small and large, near the origin
+// and near the coordinate limit.
 TEST(Arc, BoxHoldsTheSampledArc) {
-    std::vector<std::vector<SYS_Point>> lattice;
-    for (int32_t r : {5, 25, 65, 1105, 32045}) {
-        lattice.emplace_back();
-        for (int32_t x = -r; x <= r; ++x) {
-            int64_t const yy = int64_t{r} * r - int64_t{x} * x;
-            auto const y = static_cast<int32_t>(std::llround(std::sqrt(static_cast<double>(yy))));
-            if (int64_t{y} * y != yy) continue;
-            lattice.back().emplace_back(x, y);
-            if (y) lattice.back().emplace_back(x, -y);
-        }
-    }
-    std::mt19937 rng(7);
-    std::uniform_int_distribution<int32_t> centre(-1000000, 1000000);
-    for (int round = 0; round < 3000; ++round) {
-        auto const& points = lattice[round % lattice.size()];
-        std::uniform_int_distribution<size_t> pick(0, points.size() - 1);
-        SYS_Point const c = round % 7 ? SYS_Point(centre(rng), centre(rng)) : SYS_Point(SYS_COORD_LIMIT - 40000, 0);
-        SYS_Point const s0 = points[pick(rng)], e0 = round % 11 ? points[pick(rng)] : s0;
-        int32_t const r = static_cast<int32_t>(s0.Length() + 0.5);
-        int32_t const signedRadius = round % 2 ? -r : r;
-        SYS_Arc const arc(s0 + c, e0 + c, c, signedRadius);
-        ASSERT_EQ(arc.IsValidArc(), 1);
-        SYS_Box const box = arc.GetBox();
-        // The sweep in radians, in the arc's direction; equal ends make a full circle.
-        double const from = std::atan2(s0.y, s0.x), to = std::atan2(e0.y, e0.x);
-        double sweep = std::fmod(to - from + 4 * mortar::kPi, 2 * mortar::kPi);
-        if (s0 == e0) sweep = 2 * mortar::kPi;
-        if (signedRadius < 0) sweep = s0 == e0 ? -sweep : sweep - 2 * mortar::kPi;
-        double lo[2] = {1e18, 1e18}, hi[2] = {-1e18, -1e18};
-        int const samples = 4000;
-        for (int i = 0; i <= samples; ++i) {
-            double const t = from + sweep * i / samples;
-            double const xy[2] = {c.x + r * std::cos(t), c.y + r * std::sin(t)};
-            for (int k = 0; k < 2; ++k) lo[k] = std::min(lo[k], xy[k]), hi[k] = std::max(hi[k], xy[k]);
-        }
-        // Holds every sample, and misses none of the extremes by more than the sampling can.
-        double const slack = 1e-3 * r;
-        int32_t const low[2] = {box.left, box.lower}, high[2] = {box.right, box.upper};
-        for (int k = 0; k < 2; ++k) {
-            EXPECT_TRUE(low[k] <= lo[k] + 1e-6 && low[k] > lo[k] - slack && high[k] >= hi[k] - 1e-6 &&
-                        high[k] < hi[k] + slack)
-                << Show(SYS_Box(arc.start, arc.end)) << " about " << c.x << "," << c.y << " radius "
-                << signedRadius << " gives " << Show(box);
-        }
-    }
+    std::vector<SYS_Point> ring;
+    for (SYS_Point p : {SYS_Point(25, 0), SYS_Point(24, 7), SYS_Point(20, 15), SYS_Point(15, 20), SYS_Point(7, 24)})
+        for (int q = 0; q < 4; ++q, p = SYS_Point(-p.y, p.x)) ring.push_back(p);
+    for (int32_t k : {1, 40000})
+        for (SYS_Point s : ring)
+            for (SYS_Point e : ring)
+                for (int32_t radius : {25 * k, -25 * k}) {
+                    ExpectBoxHoldsSamples(SYS_Point(-3, 8), s * k, e * k, radius);
+                    SYS_Point const nearLimit(SYS_COORD_LIMIT - 25 * k, 25 * k - SYS_COORD_LIMIT);
+                    ExpectBoxHoldsSamples(nearLimit, s * k, e * k, radius);
+                }
 }
 
 } // namespace

@@ -18,37 +18,17 @@ static_assert(std::is_same_v<decltype(SYS_Transform().IsRotate()), int16_t> &&
                   std::is_same_v<decltype(SYS_Transform().Invert()), int16_t>,
               "the transform's truth values are 16-bit");
 
-SYS_Transform Rotation(SYS_Point p, int32_t angle) {
-    SYS_Transform t;
-    t.SetRotate(p, angle);
-    return t;
-}
-
-SYS_Transform Mirror(SYS_Point p, int32_t angle) {
-    SYS_Transform t;
-    t.SetMirror(p, angle);
-    return t;
-}
-
-SYS_Transform Scale(SYS_Point p, double f) {
-    SYS_Transform t;
-    t.SetScale(p, f);
-    return t;
-}
+SYS_Transform Rotation(SYS_Point p, int32_t angle) { SYS_Transform t; t.SetRotate(p, angle); return t; }
+SYS_Transform Mirror(SYS_Point p, int32_t angle) { SYS_Transform t; t.SetMirror(p, angle); return t; }
+SYS_Transform Scale(SYS_Point p, double f) { SYS_Transform t; t.SetScale(p, f); return t; }
 
 TEST(Location, OrientationIsReducedKeepingItsSign) {
-    struct Case {
-        char const* name;
-        int32_t given, stored;
-    } const cases[] = {
-        {"above a turn", 700000000, 52000000}, {"below minus a turn", -700000000, -52000000},
-        {"a full turn", 648000000, 0},         {"minus a right angle stays", -kRight, -kRight},
-        {"int32 minimum", INT32_MIN, -203483648}, {"int32 maximum", INT32_MAX, 203483647},
-    };
+    struct Case { int32_t given, stored; } const cases[] = {{700000000, 52000000}, {-700000000, -52000000},
+        {648000000, 0}, {-kRight, -kRight}, {INT32_MIN, -203483648}, {INT32_MAX, 203483647}};
     for (auto const& c : cases) {
         SYS_Location const l(1, 2, c.given);
-        EXPECT_TRUE(l.GetOrientation() == c.stored && l.IsValid()) << c.name;
-        EXPECT_EQ(SYS_Position(SYS_Point(1, 2), c.given, 0).GetOrientation(), c.stored) << c.name;
+        EXPECT_TRUE(l.GetOrientation() == c.stored && l.IsValid()) << c.given;
+        EXPECT_EQ(SYS_Position(SYS_Point(1, 2), c.given, 0).GetOrientation(), c.stored) << c.given;
     }
     EXPECT_NE(SYS_Location(0, 0, -kRight), SYS_Location(0, 0, 3 * kRight));
     EXPECT_EQ(SYS_Location(1, 2, 600000000) + SYS_Location(3, 4, 100000000), SYS_Location(4, 6, 52000000));
@@ -58,27 +38,19 @@ TEST(Location, Transform) {
     SYS_Location l(0, 0, 648000000 - 50);
     l.Transform(Rotation(kOrigin, 100));
     EXPECT_EQ(l.GetOrientation(), 50);
-
     l.SetOrientation(-500000000);
     l.Transform(Mirror(kOrigin, 0)); // no reduction from above after the mirror step
-    EXPECT_EQ(l.GetOrientation(), 824000000);
-    EXPECT_EQ(l.IsValid(), 0);
-
-    SYS_Location placed(12, 3, 81000000);
-    placed.Transform(SYS_Transform(10, 0, 0, 1));
-    EXPECT_EQ(placed.GetOrigin(), SYS_Point(8, 3));
-    EXPECT_EQ(placed.GetOrientation(), 567000000);
+    EXPECT_TRUE(l.GetOrientation() == 824000000 && !l.IsValid());
 
     SYS_Position pos(SYS_Location(5, 6, -kRight), 7); // the flag becomes 1
-    pos.Transform(Rotation(kOrigin, kRight)); // no mirror: the flag stays
+    pos.Transform(Rotation(kOrigin, kRight));        // no mirror: the flag stays
     EXPECT_EQ(pos, SYS_Position(-6, 5, 0, 1));
     pos.Transform(Scale(kOrigin, -1.0)); // a half turn, not a mirror
     EXPECT_EQ(pos, SYS_Position(6, -5, kHalf, 1));
-    pos.Transform(Mirror(kOrigin, 0));
-    EXPECT_EQ(pos, SYS_Position(6, 5, 0, 0));
+    pos.Transform(SYS_Transform(10, 0, 0, 1)); // a placement that mirrors about x = 10
+    EXPECT_EQ(pos, SYS_Position(14, -5, kHalf, 0));
     pos += SYS_Position(1, 1, kRight, 1);
-    EXPECT_EQ(pos, SYS_Position(7, 6, kRight, 1));
-    EXPECT_NE(pos + SYS_Position(0, 0, 0, 1), pos);
+    EXPECT_EQ(pos, SYS_Position(15, -4, 3 * kRight, 1));
 }
 
 TEST(Transform, PlacementWithEachFlag) {
@@ -90,15 +62,12 @@ TEST(Transform, PlacementWithEachFlag) {
         SYS_Point out;
         int32_t orientation;
     } const cases[] = {
-        {"mirror only", 0, 1, 0, 0, 0, {9, 22}, kHalf},
-        {"turn only", kRight, 0, 0, 0, 0, {8, 21}, kRight},
+        {"mirror only", 0, 1, 0, 0, 0, {9, 22}, kHalf},       {"turn only", kRight, 0, 0, 0, 0, {8, 21}, kRight},
         {"turn, then mirror", kRight, 1, 0, 0, 0, {12, 21}, kRight},
         {"mirror first, then turn", kRight, 1, 1, 0, 0, {8, 19}, 3 * kRight},
         {"no move to origin", kRight, 0, 0, 1, 0, {-12, 31}, kRight},
-        {"no move back", kRight, 0, 0, 0, 1, {-2, 1}, kRight},
-        {"neither move", kRight, 0, 0, 1, 1, {-22, 11}, kRight},
-        {"mirror first, no move to origin", kRight, 1, 1, 1, 0, {-12, 9}, 3 * kRight},
-    };
+        {"no move back", kRight, 0, 0, 0, 1, {-2, 1}, kRight}, {"neither move", kRight, 0, 0, 1, 1, {-22, 11}, kRight},
+        {"mirror first, no move to origin", kRight, 1, 1, 1, 0, {-12, 9}, 3 * kRight}};
     for (auto const& c : cases) {
         SYS_Transform const t(10, 20, c.angle, c.mirror, c.mirrorFirst, c.noMoveToOrigin, c.noMoveBack);
         EXPECT_EQ(t.Transform(SYS_Point(11, 22)), c.out) << c.name;
@@ -106,74 +75,47 @@ TEST(Transform, PlacementWithEachFlag) {
         SYS_Position const pos(10, 20, c.angle, c.mirror);
         EXPECT_TRUE(SYS_Transform(pos, c.mirrorFirst, c.noMoveToOrigin, c.noMoveBack) == t) << c.name;
     }
-    EXPECT_EQ(SYS_Transform(10, 0, 0, 1).Transform(SYS_Point(12, 3)), SYS_Point(8, 3));
-    EXPECT_EQ(SYS_Transform(SYS_Point(0, 0), 81000000).Transform(SYS_Point(10, 0)), SYS_Point(7, 7));
 }
 
-TEST(Transform, RotationAndMirrorSetters) {
+TEST(Transform, Setters) {
     SYS_Transform t = Rotation(kOrigin, kRight);
-    EXPECT_EQ(t.Transform(SYS_Point(10, 0)), SYS_Point(0, 10));
-    SYS_DoublePoint const d = t.Transform(SYS_DoublePoint(10, 0));
-    EXPECT_TRUE(d.x != 0.0 && std::fabs(d.x) < 1e-9);
+    EXPECT_EQ(t.Transform(SYS_Point(10, 0)), SYS_Point(0, 10)); // the residue is rounded away
     EXPECT_EQ(Rotation(kOrigin, 700000000).orientation, 700000000); // not reduced
 
     // Directions: the exact angle lands on the axes and diagonals.
-    struct Case {
-        char const* name;
-        double c, s, theta;
-        int32_t orientation;
-    } const directions[] = {
-        {"+Y", 0, 1, kPi / 2, kRight},
-        {"second diagonal", -1, 1, kPi - kPi / 4, 243000000},
-        {"third diagonal", -1, -1, kPi / 4 + kPi, 405000000},
-        {"-Y", 0, -1, 4.71238898038469, 486000000},
-        {"fourth diagonal", 1, -1, 2 * kPi - kPi / 4, 567000000},
-        {"3-4-5", 3, 4, kPi / 2 - std::atan2(0.6, 0.8), 95634184},
-        {"too short: no rotation", 1e-5, 1e-5, 0, 0},
-    };
+    struct Case { double c, s, theta; int32_t orientation; } const directions[] = {
+        {0, 1, kPi / 2, kRight},               {-1, 1, kPi - kPi / 4, 243000000},
+        {-1, -1, kPi / 4 + kPi, 405000000},    {0, -1, 4.71238898038469, 486000000},
+        {1, -1, 2 * kPi - kPi / 4, 567000000}, {3, 4, kPi / 2 - std::atan2(0.6, 0.8), 95634184},
+        {1e-5, 1e-5, 0, 0}}; // too short: no rotation
     for (auto const& c : directions) {
         t.SetRotate(kOrigin, c.c, c.s);
-        EXPECT_EQ(t.angleOffset, c.theta) << c.name;
-        EXPECT_EQ(t.orientation, c.orientation) << c.name;
+        EXPECT_TRUE(t.angleOffset == c.theta && t.orientation == c.orientation) << c.c << "," << c.s;
     }
-    t.SetRotate(kOrigin, 3.0, 4.0);
-    EXPECT_TRUE(t.m00 == 0.6 && t.m10 == 0.8);
 
-    // Mirror directions: unit Y flips x; (1, 1) and (0.5, 0) are shorter than 2 and stand for
-    // the X axis; (3, 4) is the line along (0.6, 0.8).
+    // Mirror directions: unit Y flips x; (1, 1) is shorter than 2 and stands for the X axis;
+    // (3, 4) is the line along (0.6, 0.8).
     t.SetMirror(kOrigin, 0.0, 1.0);
     EXPECT_TRUE(t.Transform(SYS_Point(100, 30)) == SYS_Point(-100, 30) && t.orientation == kHalf);
     t.SetMirror(kOrigin, 1.0, 1.0);
     EXPECT_TRUE(t.Transform(SYS_Point(100, 30)) == SYS_Point(100, -30) && t.orientation == 0);
-    t.SetMirror(kOrigin, 0.5, 0.0);
-    EXPECT_EQ(t.Transform(SYS_Point(100, 30)), SYS_Point(100, -30));
     t.SetMirror(kOrigin, 3.0, 4.0);
     EXPECT_TRUE(t.Transform(SYS_Point(100, 30)) == SYS_Point(1, 104) && t.angleFactor == -1.0 && t.GetMirror());
-    EXPECT_EQ(Mirror(kOrigin, 81000000).Transform(SYS_Point(3, 7)), SYS_Point(7, 3));
-    EXPECT_EQ(Mirror(kOrigin, 81000000).orientation, kRight);
+    EXPECT_TRUE(Mirror(kOrigin, 81000000).Transform(SYS_Point(3, 7)) == SYS_Point(7, 3) &&
+                Mirror(kOrigin, 81000000).orientation == kRight);
     EXPECT_EQ(Mirror(SYS_Point(10, 5), 0).Transform(SYS_Point(3, 7)), SYS_Point(3, 3));
-    EXPECT_TRUE(Mirror(kOrigin, 0).IsRotate() && Mirror(kOrigin, 0).orientation == 0);
-}
+    EXPECT_TRUE(Mirror(kOrigin, 0).IsRotate()); // a pure mirror counts
 
-TEST(Transform, ScaleMoveAndFieldReplacement) {
-    SYS_Transform t = Scale(SYS_Point(5, 5), -1.0);
-    EXPECT_TRUE(t.orientation == kHalf && t.scale == -1.0 && t.sweepFactor == 1.0 && t.angleOffset == kPi);
-    EXPECT_TRUE(!t.GetMirror() && t.IsRotate() && t.IsScale());
+    // A scale by -1 is a half turn, not a mirror.
+    t = Scale(SYS_Point(5, 5), -1.0);
+    EXPECT_TRUE(t.orientation == kHalf && t.scale == -1.0 && t.angleOffset == kPi && !t.GetMirror());
     EXPECT_EQ(t.Transform(SYS_Point(6, 7)), SYS_Point(4, 3));
     t.SetRotate(kOrigin, 100); // leaves angleOffset as it was
     EXPECT_TRUE(t.angleOffset == kPi && t.scale == 1.0);
     t.SetMove(1, 2); // replaces everything
     SYS_Transform move;
     move.SetMove(1.0, 2.0);
-    EXPECT_TRUE(t == move);
-    EXPECT_EQ(t.IsRotate() + t.GetMirror() + t.IsScale(), 0);
-
-    // Same matrix, different angle fields: a half turn and a scale by -1.
-    SYS_Transform half;
-    half.SetRotate(kOrigin, -1.0, 0.0);
-    SYS_Transform const flipScale = Scale(kOrigin, -1.0);
-    EXPECT_TRUE(half.m00 == flipScale.m00 && half.m01 == flipScale.m01 && half.m11 == flipScale.m11);
-    EXPECT_TRUE(half != flipScale);
+    EXPECT_TRUE(t == move && t.IsRotate() + t.GetMirror() + t.IsScale() == 0);
 
     SYS_Transform coord;
     coord.SetCoordSys(SYS_Point(10, 20), kRight);
@@ -183,22 +125,18 @@ TEST(Transform, ScaleMoveAndFieldReplacement) {
 
     SYS_Transform fit;
     fit.SetBoxConv(SYS_Point(0, 0), SYS_Point(10, 20), SYS_Box(0, 0, 100, 100));
-    EXPECT_EQ(fit.scale, 5.0);
-    EXPECT_EQ(fit.Transform(SYS_Point(5, 10)), SYS_Point(50, 50));
-    EXPECT_EQ(fit.Transform(SYS_Point(10, 20)), SYS_Point(75, 100));
+    EXPECT_TRUE(fit.scale == 5.0 && fit.Transform(SYS_Point(10, 20)) == SYS_Point(75, 100));
     fit.SetBoxConv(SYS_Point(0, 0), SYS_Point(0, 20), SYS_Box(0, 0, 100, 100)); // flat in X: Y decides
     EXPECT_EQ(fit.scale, 5.0);
     fit.SetBoxConv(SYS_Point(3, 3), SYS_Point(3, 3), SYS_Box(0, 0, 100, 100)); // a point: only centred
-    EXPECT_EQ(fit.scale, 1.0);
-    EXPECT_EQ(fit.Transform(SYS_Point(4, 3)), SYS_Point(51, 50));
+    EXPECT_TRUE(fit.scale == 1.0 && fit.Transform(SYS_Point(4, 3)) == SYS_Point(51, 50));
 }
 
 TEST(Transform, IntegerResultsAndTheirLimits) {
     SYS_Transform t = Scale(kOrigin, 2.5);
     int32_t length = 3;
     t.Convert(length);
-    EXPECT_EQ(length, 8);
-    EXPECT_TRUE(t + -3 == -8 && t - 5 == 2 && t - 3 == 1);
+    EXPECT_TRUE(length == 8 && t + -3 == -8 && t - 5 == 2 && t - 3 == 1);
     SYS_Transform const zero = Scale(kOrigin, 0.0); // division by a zero scale saturates, 0 / 0 is 0
     EXPECT_TRUE(zero - 5 == INT32_MAX && zero - -5 == INT32_MIN && zero - 0 == 0);
     EXPECT_EQ(Scale(kOrigin, 1e10) + SYS_COORD_LIMIT, INT32_MAX);
@@ -212,25 +150,17 @@ TEST(Transform, IntegerResultsAndTheirLimits) {
     box.Set(0, 0, 10, 10);
     box.Transform(Rotation(kOrigin, 81000000));
     EXPECT_EQ(box, SYS_Box(-7, 0, 7, 14));
-    SYS_Circle circle(3, 4, 7);
-    circle.Transform(Scale(kOrigin, 2.0));
-    EXPECT_EQ(circle, SYS_Circle(6, 8, 7));
-    SYS_Arc arc(SYS_Point(3, 4), SYS_Point(-4, 3), kOrigin, 5);
+    SYS_Arc arc(SYS_Point(3, 4), SYS_Point(-4, 3), kOrigin, 5); // the radius is kept, sign and all
     arc.Transform(SYS_Transform(0, 0, 0, 1));
     EXPECT_EQ(arc, SYS_Arc(SYS_Point(-3, 4), SYS_Point(4, 3), kOrigin, 5));
-    SYS_Segment seg(1, 2, 3, 4);
-    seg.Transform(far);
-    EXPECT_EQ(seg, SYS_Segment(2000000001, -1999999998, 2000000003, -1999999996));
+    arc.Transform(Scale(SYS_Point(1, 0), 2.0));
+    EXPECT_EQ(arc, SYS_Arc(SYS_Point(-7, 8), SYS_Point(7, 6), SYS_Point(-1, 0), 5));
 }
 
 TEST(Transform, ConvertAngleAndSweep) {
     SYS_Transform half;
     half.SetMirror(kOrigin, 0.0, 1.0); // angleOffset pi, added as stored
-    struct Case {
-        char const* name;
-        SYS_Transform t;
-        int32_t angle, sweep, angleOut, sweepOut;
-    } const cases[] = {
+    struct Case { char const* name; SYS_Transform t; int32_t angle, sweep, angleOut, sweepOut; } const cases[] = {
         {"full turn stays", SYS_Transform(), 648000000, 0, 648000000, 0},
         {"negative angle", SYS_Transform(), -1, 0, 647999999, 0},
         {"just over two turns", SYS_Transform(), 1296000001, 0, 1, 0},
@@ -239,16 +169,13 @@ TEST(Transform, ConvertAngleAndSweep) {
         {"rotation adds", Rotation(kOrigin, 100), 647999950, 7, 50, 7},
         {"mirror by angle", Mirror(kOrigin, 0), 100, 50, 647999900, -50},
         {"mirror with offset in radians", half, 100, 50, 647999903, -50},
-        {"scale by -1 turns", Scale(kOrigin, -1.0), 100, 50, 324000100, 50},
-    };
+        {"scale by -1 turns", Scale(kOrigin, -1.0), 100, 50, 324000100, 50}};
     for (auto const& c : cases) {
         int32_t angle = c.angle, sweep = c.sweep;
         c.t.Convert(angle, sweep);
-        EXPECT_EQ(angle, c.angleOut) << c.name;
-        EXPECT_EQ(sweep, c.sweepOut) << c.name;
+        EXPECT_TRUE(angle == c.angleOut && sweep == c.sweepOut) << c.name << ": " << angle << ", " << sweep;
     }
     EXPECT_EQ(Rotation(kOrigin, -kRight).CalcAngle(), 3 * kRight);
-    EXPECT_EQ(Scale(kOrigin, -2.0).CalcXScale(), 2.0);
 }
 
 TEST(Transform, CompositionIsOrdered) {
@@ -295,9 +222,7 @@ TEST(Transform, InverseComposesToIdentity) {
         back.SubConv(t);
         for (int i = 0; i < 20; ++i) {
             SYS_Point const q(coord(rng), coord(rng));
-            SYS_DoublePoint const home = inverse.Transform(t.Transform(SYS_DoublePoint(q)));
             ASSERT_TRUE(there.Transform(q) == q && back.Transform(q) == q) << "round " << round;
-            ASSERT_TRUE(std::fabs(home.x - q.x) < 1e-6 && std::fabs(home.y - q.y) < 1e-6) << "round " << round;
         }
     }
 }
@@ -305,36 +230,29 @@ TEST(Transform, InverseComposesToIdentity) {
 TEST(Transform, InversionFailures) {
     SYS_Transform out = Rotation(kOrigin, 5);
     SYS_Transform singular = Scale(kOrigin, 0.0);
-    EXPECT_EQ(singular.SetRConv(out), 0);
-    EXPECT_TRUE(out == SYS_Transform());
-    EXPECT_EQ(singular.Invert(), 0);
+    EXPECT_TRUE(singular.SetRConv(out) == 0 && out == SYS_Transform() && singular.Invert() == 0);
 
     SYS_Transform thin;
     thin.m00 = 1e-15; // determinant 1e-15: refused by SetRConv, accepted by Invert
-    EXPECT_EQ(thin.SetRConv(out), 0);
-    EXPECT_EQ(thin.Invert(), 1);
+    EXPECT_TRUE(thin.SetRConv(out) == 0 && thin.Invert() == 1);
     EXPECT_DOUBLE_EQ(thin.scale, 1e15);
     thin.m00 = 1e-19;
     SYS_Transform const before = thin;
-    EXPECT_EQ(thin.Invert(), 0);
-    EXPECT_TRUE(thin == before);
+    EXPECT_TRUE(thin.Invert() == 0 && thin == before);
 
     SYS_Transform noAngles;
     noAngles.m02 = 5.0;
     noAngles.angleFactor = 0.0; // the matrix is written, the angle parts are not
-    EXPECT_EQ(noAngles.SetRConv(out), 0);
-    EXPECT_TRUE(out.m02 == -5.0 && out.angleFactor == 1.0);
+    EXPECT_TRUE(noAngles.SetRConv(out) == 0 && out.m02 == -5.0 && out.angleFactor == 1.0);
 
     SYS_Transform noScale = Rotation(kOrigin, kRight);
     noScale.scale = 0.0;
-    EXPECT_EQ(noScale.SetRConv(out), 0);
-    EXPECT_EQ(noScale.scale, 1.0); // the source's own scale is reset
+    EXPECT_TRUE(noScale.SetRConv(out) == 0 && noScale.scale == 1.0); // the source's own scale is reset
     EXPECT_TRUE(out.scale == 1.0 && out.orientation == -kRight);
 
     SYS_Transform nearOne;
     nearOne.angleFactor = 1.0 + 1e-13; // within the tolerance of 1: kept, not inverted
-    EXPECT_EQ(nearOne.SetRConv(out), 1);
-    EXPECT_EQ(out.angleFactor, 1.0 + 1e-13);
+    EXPECT_TRUE(nearOne.SetRConv(out) == 1 && out.angleFactor == 1.0 + 1e-13);
 
     SYS_Transform turn = Rotation(SYS_Point(3, 4), kRight);
     EXPECT_TRUE(turn - SYS_Point(3, 9) == SYS_Point(8, 4) && turn + SYS_Point(8, 4) == SYS_Point(3, 9));
@@ -343,10 +261,6 @@ TEST(Transform, InversionFailures) {
     singular.RConv(); // unconditionally: the identity it was left
     EXPECT_TRUE(singular == SYS_Transform());
 }
-
-} // namespace
-
-namespace {
 
 // Transform of an integer point gives exactly the rounded formula, for every transform and
 // point, also where the result leaves the 32-bit range (whatever path the platform takes).
