@@ -91,7 +91,8 @@ public:
     class MORTAR_API SectionIterator {
     public:
         /// Stands on the first message of `section` whose number is `position` or more; a null
-        /// `db` is a failed check (the iterator then stays empty).
+        /// `db` is a failed check, reported once here and once more by the positioning step
+        /// (the iterator then stays empty).
         SectionIterator(SFM_MessageDB* db, SYS_StringBase section, int32_t position = 0);
         SectionIterator(SectionIterator const& other) = default;
         ~SectionIterator() = default;
