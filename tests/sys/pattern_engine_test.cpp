@@ -13,6 +13,8 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -23,6 +25,21 @@ struct CodePageScope {
     explicit CodePageScope(int cp) { mortar::SetCodePage(cp); }
     ~CodePageScope() { mortar::SetCodePage(mortar::CodePageWestern); }
 };
+
+using Found = std::pair<int, int>; // position and length of a match
+Found const None{-1, 0};
+
+Found MatchOf(SYS_StrPattern const& pattern, std::string const& text) {
+    int length = -7;
+    int position = pattern.Match(text.c_str(), &length);
+    return {position, length};
+}
+Found Expected(PatternReference::Result const& r) {
+    return {r.position, r.length};
+}
+std::string ProgramOf(char const* pattern) {
+    return std::string(SYS_StrPattern(pattern));
+}
 
 // Random patterns of the dialect, mostly valid, built from a few letters so that matches happen,
 // and texts of the same letters (with `doubleByte`, also characters of code page 932).
@@ -84,9 +101,7 @@ void CompareWithReference(bool doubleByte, unsigned seed, int patterns, int& com
             PatternReference::Result expected = reference.Match(program, text.c_str());
             if (!expected.answered) continue;
             ++compared;
-            int length = -1;
-            ASSERT_EQ(compiled.Match(text.c_str(), &length), expected.position) << pattern << " on " << text;
-            ASSERT_EQ(length, expected.length) << pattern << " on " << text;
+            ASSERT_EQ(MatchOf(compiled, text), Expected(expected)) << pattern << " on " << text;
             std::string want = text;
             if (j % 4 != 0 || reference.Substitute(program, want, "<>", j % 3) < 0) continue;
             SYS_StringBase got(text.c_str());
@@ -107,9 +122,8 @@ TEST(StrPatternEngine, AgreesWithThePlainProcedure) {
 }
 
 TEST(StrPatternEngine, AgreesWhereItRemembersResults) {
-    // Chains of optional and alternative pieces over runs of one letter cost the plain procedure
-    // exponential time, enough that the matcher switches to remembering results; the answers
-    // must not change.
+    // Chains of optional and alternative pieces over runs of one letter make the matcher switch to
+    // remembering results; the answers must not change.
     std::mt19937 rng(3);
     auto pick = [&](std::size_t n) { return std::uniform_int_distribution<std::size_t>(0, n - 1)(rng); };
     static char const* const pieces[] = {"a?",       "(a|aa)", "(a?|b)",  "(aa?)?", "a*",
@@ -124,13 +138,10 @@ TEST(StrPatternEngine, AgreesWhereItRemembersResults) {
         std::string text(14 + pick(14), 'a');
         if (pick(3) == 0) text += 'b';
         if (pick(3) == 0) text.insert(0, "c");
-        SYS_StrPattern compiled(pattern.c_str());
-        PatternReference::Result expected = reference.Match(std::string(compiled), text.c_str());
+        PatternReference::Result expected = reference.Match(ProgramOf(pattern.c_str()), text.c_str());
         if (!expected.answered) continue;
         ++compared;
-        int length = -1;
-        EXPECT_EQ(compiled.Match(text.c_str(), &length), expected.position) << pattern << " on " << text;
-        EXPECT_EQ(length, expected.length) << pattern << " on " << text;
+        EXPECT_EQ(MatchOf(pattern.c_str(), text), Expected(expected)) << pattern << " on " << text;
     }
     EXPECT_GT(compared, 75);
 }
@@ -138,23 +149,20 @@ TEST(StrPatternEngine, AgreesWhereItRemembersResults) {
 // Runs `work` on a thread whose machine stack has `bytes`.
 void OnStack(std::size_t bytes, std::function<void()> work) {
     pthread_attr_t attributes;
+    pthread_t thread;
     ASSERT_EQ(pthread_attr_init(&attributes), 0);
     ASSERT_EQ(pthread_attr_setstacksize(&attributes, bytes), 0);
-    pthread_t thread;
-    auto run = [](void* arg) -> void* {
-        (*static_cast<std::function<void()>*>(arg))();
-        return nullptr;
-    };
+    auto run = [](void* arg) -> void* { return (*static_cast<std::function<void()>*>(arg))(), nullptr; };
     ASSERT_EQ(pthread_create(&thread, &attributes, run, &work), 0);
     pthread_join(thread, nullptr);
     pthread_attr_destroy(&attributes);
 }
 
 TEST(StrPatternEngine, LongTextsAndPatternsNeedNoDeepStack) {
-    std::size_t const mebibyte = std::size_t(1) << 20;
+    int const mebibyte = 1 << 20;
     std::string const as(mebibyte, 'a');
     std::string ab;
-    for (std::size_t i = 0; i < mebibyte / 2; ++i) ab += "ab";
+    for (int i = 0; i < mebibyte / 2; ++i) ab += "ab";
     // Thousands of items in sequence and in alternation, and groups nested to the bound.
     std::string optional, words;
     for (int i = 0; i < 20000; ++i) {
@@ -162,36 +170,21 @@ TEST(StrPatternEngine, LongTextsAndPatternsNeedNoDeepStack) {
         words += (i == 0 ? "w" : "|w") + std::to_string(i);
     }
     std::string const nested = std::string(1000, '(') + "ab|b*a" + std::string(1000, ')') + "c";
-    struct Case {
-        char const* pattern;
-        std::string text;
-        int position, length;
-    } const cases[] = {
-        {"a*b", as + "b", 0, int(mebibyte) + 1},
-        {"a*b", as, -1, 0},
-        {".*x", as + "x", 0, int(mebibyte) + 1},
-        {".*x", as, -1, 0},
-        {"(ab)*c", ab + "c", 0, int(mebibyte) + 1},
-        {"(ab)*c", ab, -1, 0},
-        {"a@b", as + "b", 0, int(mebibyte) + 1},
-        {"a@b", as, -1, 0},
-        {"(a*)*b", as, -1, 0},
-        {"(a|aa)*c", "x" + as + "c", 1, int(mebibyte) + 1},
-        {"(a|b)+$", "c" + ab, 1, int(mebibyte)},
-        {optional.c_str(), "aaab", 0, 3},
-        {words.c_str(), "x w19999 w7", 2, 6},
-        {nested.c_str(), "xabbac", 2, 4},
+    std::tuple<char const*, std::string, int, int> const cases[] = {
+        {"a*b", as + "b", 0, mebibyte + 1},         {"a*b", as, -1, 0},
+        {".*x", as + "x", 0, mebibyte + 1},         {".*x", as, -1, 0},
+        {"(ab)*c", ab + "c", 0, mebibyte + 1},      {"(ab)*c", ab, -1, 0},
+        {"a@b", as + "b", 0, mebibyte + 1},         {"a@b", as, -1, 0},
+        {"(a|aa)*c", "x" + as + "c", 1, mebibyte + 1}, {"(a*)*b", as, -1, 0},
+        {"(a|b)+$", "c" + ab, 1, mebibyte},         {optional.c_str(), "aaab", 0, 3},
+        {words.c_str(), "x w19999 w7", 2, 6},       {nested.c_str(), "xabbac", 2, 4},
     };
     OnStack(std::size_t(8) << 20, [&] {
-        for (Case const& c : cases) {
-            SCOPED_TRACE(std::string(c.pattern).substr(0, 12));
-            int length = -1;
-            EXPECT_EQ(SYS_StrPattern(c.pattern).Match(c.text.c_str(), &length), c.position);
-            EXPECT_EQ(length, c.length);
-        }
+        for (auto const& [pattern, text, position, length] : cases)
+            EXPECT_EQ(MatchOf(pattern, text), Found(position, length)) << std::string(pattern).substr(0, 12);
         SYS_StringBase target((as + "b" + as).c_str());
         EXPECT_EQ(SYS_StrPattern("a*b").Substitute(target, "x", 0), 1);
-        EXPECT_EQ(target.GetLength(), int(mebibyte) + 1);
+        EXPECT_EQ(target.GetLength(), mebibyte + 1);
     });
 }
 
@@ -199,75 +192,55 @@ TEST(StrPatternEngine, NestedRepetitionsDoNotExplode) {
     std::string const forty(40, 'a');
     PatternReference reference(5000000);
     for (char const* pattern : {"(a|aa)*c", "(a*)*b", "(a@)*b", "((a|aa)*)+c"}) {
-        SCOPED_TRACE(pattern);
-        SYS_StrPattern compiled(pattern);
-        PatternReference::Result expected = reference.Match(std::string(compiled), forty.c_str());
-        ASSERT_TRUE(expected.answered);
-        int length = -1;
-        EXPECT_EQ(compiled.Match(forty.c_str(), &length), expected.position);
-        EXPECT_EQ(length, expected.length);
+        PatternReference::Result expected = reference.Match(ProgramOf(pattern), forty.c_str());
+        ASSERT_TRUE(expected.answered) << pattern;
+        EXPECT_EQ(MatchOf(pattern, forty), Expected(expected)) << pattern;
     }
-
-    // Each '?' and each '|' runs both ways with everything behind it: 2^40 runs of the plain
-    // procedure.
-    auto chain = [](char const* piece, int n, char const* tail) {
+    // Each '?' and each '|' runs both ways with everything behind it: 2^40 runs of the plain procedure.
+    auto chain = [](char const* piece, int n) {
         std::string p;
-        for (int i = 0; i < n; ++i) p += piece;
-        return p + tail;
+        while (n-- > 0) p += piece;
+        return p;
     };
-    struct Case {
-        std::string pattern;
-        int position, length;
-    } const cases[] = {
-        {chain("a?", 40, "") + forty, 0, 40},
-        {chain("(a|a)", 40, ""), 0, 40},
-        {chain("(a?|b)", 40, "c"), -1, 0},
-        {chain(".*", 40, "c"), -1, 0},
-        {chain("a*a", 20, "c"), -1, 0},
+    std::pair<std::string, Found> const cases[] = {
+        {chain("a?", 40) + forty, {0, 40}}, {chain("(a|a)", 40), {0, 40}}, {chain("(a?|b)", 40) + "c", None},
+        {chain(".*", 40) + "c", None},      {chain("a*a", 20) + "c", None},
     };
-    for (Case const& c : cases) {
-        SCOPED_TRACE(c.pattern);
-        int length = -1;
-        EXPECT_EQ(SYS_StrPattern(c.pattern.c_str()).Match((forty + "b").c_str(), &length), c.position);
-        EXPECT_EQ(length, c.length);
-    }
+    for (auto const& [pattern, expected] : cases)
+        EXPECT_EQ(MatchOf(pattern.c_str(), forty + "b"), expected) << pattern;
 }
 
 TEST(StrPatternEngine, ThreadsShareOnePatternObject) {
-    // Threads may match with one object at once, also from a thread's own destructors after its
-    // working memory is gone.
+    // Threads match with one object at once, the last time from a thread's own destructors, after
+    // its working memory is gone.
     std::vector<SYS_StrPattern> const patterns = {"[a-z]+ing", "cat|category", ":d+",
                                                   "(a|aa)*c",  "a?a?a?aaa",    "x@y"};
-    std::vector<std::string> texts;
     std::mt19937 rng(5);
     PatternMaker maker{rng, false};
-    for (int i = 0; i < 200; ++i) texts.push_back(maker.Text(40) + "category testing 123 aaaac xxy");
+    std::vector<std::string> texts(200);
+    for (std::string& text : texts) text = maker.Text(40) + "category testing 123 aaaac xxy";
     auto results = [&] {
-        std::vector<int> out;
+        std::vector<Found> out;
         for (SYS_StrPattern const& p : patterns)
-            for (std::string const& t : texts) {
-                int length = 0;
-                out.push_back(p.Match(t.c_str(), &length) * 1000 + length);
-            }
+            for (std::string const& t : texts) out.push_back(MatchOf(p, t));
         return out;
     };
-    std::vector<int> expected = results();
-    expected.push_back(5); // the match made while the thread ends
+    std::vector<Found> expected = results();
+    expected.push_back({5, 0}); // the match made while the thread ends
     struct AtExit {
         std::function<void()> work;
         ~AtExit() { work(); }
     };
-    std::vector<std::vector<int>> got(4);
+    std::vector<std::vector<Found>> got(4);
     std::vector<std::thread> threads;
-    for (std::size_t i = 0; i < got.size(); ++i) {
+    for (std::size_t i = 0; i < got.size(); ++i)
         threads.emplace_back([&, i] {
             thread_local AtExit late; // made before the thread's first match, so destroyed after its memory
-            late.work = [&, i] { got[i].push_back(patterns[0].Match("late testing", nullptr)); };
+            late.work = [&, i] { got[i].push_back({patterns[0].Match("late testing", nullptr), 0}); };
             for (int round = 0; round < 3; ++round) got[i] = results();
         });
-    }
     for (std::thread& thread : threads) thread.join();
-    for (std::vector<int> const& g : got) EXPECT_EQ(g, expected);
+    for (std::vector<Found> const& g : got) EXPECT_EQ(g, expected);
 }
 
 TEST(StrPatternEngine, ProgramsRunUnderAnotherCodePageStaySafe) {
@@ -277,14 +250,12 @@ TEST(StrPatternEngine, ProgramsRunUnderAnotherCodePageStaySafe) {
     PatternMaker maker{rng, true};
     for (int i = 0; i < 2000; ++i) {
         std::string pattern = maker.Pattern();
-        for (char& ch : pattern) {
+        for (char& ch : pattern)
             if (ch == 'a' && rng() % 3 == 0) ch = '\xe9';
-        }
         SYS_StrPattern compiled(pattern.c_str());
         CodePageScope japanese(mortar::CodePageJapanese);
         std::string const text = maker.Text(16);
-        int length = -1;
-        int position = compiled.Match(text.c_str(), &length);
+        auto [position, length] = MatchOf(compiled, text);
         EXPECT_TRUE(position >= 0 ? std::size_t(position + length) <= text.size() : length == 0) << pattern;
     }
 }

@@ -7,7 +7,9 @@
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -15,67 +17,52 @@ namespace {
 int Stop(char const* text, char* end) {
     return end != nullptr ? static_cast<int>(end - text) : -1;
 }
-
-struct CodePageScope {
-    explicit CodePageScope(int cp) { mortar::SetCodePage(cp); }
-    ~CodePageScope() { mortar::SetCodePage(mortar::CodePageWestern); }
-};
+// What the is... forms answer for a scan that stopped at `stop`.
+int Whole(char const* text, int stop) {
+    return stop == static_cast<int>(std::strlen(text)) ? 1 : 0;
+}
 
 TEST(Scanners, NumbersEndWhereTheirDigitsEnd) {
-    struct Double {
-        char const* text;
-        int withExponent;    // getdouble(text, 0)
-        int withoutExponent; // getdouble(text, 1), and any other mode but 0
-    } const doubles[] = {
-        {".5", 2, 2},  {"+-5", 3, 3}, {"1-2", 3, 3},   {"1.5e3", 5, 3}, {"1e-3", 4, 1}, {"", -1, -1},
-        {".", -1, -1}, {"e5", -1, -1}, {"1e+", -1, 1}, {" 5", -1, -1},  {"1.2.3", 3, 3}, {"1e2e3", 3, 1},
+    // getdouble in mode 0 (with exponent) and mode 7 (without, as any mode but 0).
+    std::tuple<char const*, int, int> const doubles[] = {
+        {".5", 2, 2}, {"+-5", 3, 3}, {"1-2", 3, 3}, {"1.5e3", 5, 3}, {"1e-3", 4, 1},
+        {"", -1, -1}, {".", -1, -1}, {"1e+", -1, 1}, {" 5", -1, -1}, {"1.2.3", 3, 3},
     };
-    for (Double const& c : doubles) {
-        SCOPED_TRACE(c.text);
-        EXPECT_EQ(Stop(c.text, getdouble(c.text, 0)), c.withExponent);
-        EXPECT_EQ(Stop(c.text, getdouble(c.text, 7)), c.withoutExponent);
-        int length = static_cast<int>(std::string(c.text).size());
-        EXPECT_EQ(isdouble(c.text, 0), c.withExponent == length ? 1 : 0);
-        EXPECT_EQ(isdecdouble(c.text), c.withoutExponent == length ? 1 : 0);
+    for (auto [text, exponent, plain] : doubles) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(Stop(text, getdouble(text, 0)), exponent);
+        EXPECT_EQ(Stop(text, getdouble(text, 7)), plain);
+        EXPECT_EQ(isdouble(text, 0), Whole(text, exponent));
+        EXPECT_EQ(isdecdouble(text), Whole(text, plain));
     }
-
-    struct Integer {
-        char const* text;
-        int decimal, octal, hexadecimal;
-    } const integers[] = {
-        {"5-", 2, 2, 2},     {"-", -1, -1, -1}, {"18", 2, 1, 2},
-        {"FF", -1, -1, 2},   {"0x1F", 1, 1, 1}, {"8", 1, -1, 1},
+    // getinteger in mode 0 (acts as decimal), 2 and 3; no mode takes a prefix.
+    std::tuple<char const*, int, int, int> const integers[] = {
+        {"5-", 2, 2, 2},   {"-", -1, -1, -1}, {"18", 2, 1, 2},
+        {"FF", -1, -1, 2}, {"0x1F", 1, 1, 1}, {"8", 1, -1, 1},
     };
-    for (Integer const& c : integers) {
-        SCOPED_TRACE(c.text);
-        EXPECT_EQ(Stop(c.text, getinteger(c.text, 0)), c.decimal) << "other modes act as decimal";
-        EXPECT_EQ(Stop(c.text, getinteger(c.text, 2)), c.octal);
-        EXPECT_EQ(Stop(c.text, getinteger(c.text, 3)), c.hexadecimal);
-        int length = static_cast<int>(std::string(c.text).size());
-        EXPECT_EQ(isdecinteger(c.text), c.decimal == length ? 1 : 0);
-        EXPECT_EQ(isoctinteger(c.text), c.octal == length ? 1 : 0);
-        EXPECT_EQ(ishexinteger(c.text), c.hexadecimal == length ? 1 : 0);
+    for (auto [text, decimal, octal, hexadecimal] : integers) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(Stop(text, getinteger(text, 0)), decimal);
+        EXPECT_EQ(Stop(text, getinteger(text, 2)), octal);
+        EXPECT_EQ(Stop(text, getinteger(text, 3)), hexadecimal);
+        EXPECT_EQ(isdecinteger(text) * 4 + isoctinteger(text) * 2 + ishexinteger(text),
+                  Whole(text, decimal) * 4 + Whole(text, octal) * 2 + Whole(text, hexadecimal));
     }
 }
 
 TEST(Scanners, NaturalOrder) {
-    // The last two cases: a run above 2^31 - 1 counts as 2^31 - 1, as a 32-bit atoi gives it.
-    struct Case {
-        char const* a;
-        char const* b;
-        int sign;
-    } const cases[] = {
-        {"R2", "R10", -1}, {"a007b", "a7b", 0}, {"A$", "AB", 1},       {"A$", "A", 1},
-        {"A", "A1", -1},   {"", "", 0},         {"x10y2", "x10y10", -1}, {"a\xE9", "az", 1},
-        {"4294967296", "4294967297", 0},        {"2147483646", "99999999999", -1},
+    // The last two rows: a run above 2^31 - 1 counts as 2^31 - 1, as a 32-bit atoi gives it.
+    std::tuple<char const*, char const*, int> const cases[] = {
+        {"R2", "R10", -1},  {"a007b", "a7b", 0},       {"A$", "AB", 1},     {"A$", "A", 1},
+        {"A", "A1", -1},    {"", "", 0},               {"x10y2", "x10y10", -1}, {"a\xE9", "az", 1},
+        {"4294967296", "4294967297", 0},               {"2147483646", "99999999999", -1},
     };
-    for (Case const& c : cases) {
-        SCOPED_TRACE(std::string(c.a) + " vs " + c.b);
-        int forward = _tcsnumcmp(c.a, c.b);
-        int backward = _tcsnumcmp(c.b, c.a);
-        EXPECT_EQ((forward > 0) - (forward < 0), c.sign);
-        EXPECT_EQ((backward > 0) - (backward < 0), -c.sign) << "the order is antisymmetric";
-        EXPECT_EQ(SYS_StringBase(c.a).CompareAlNum(c.b), forward);
+    for (auto [a, b, sign] : cases) {
+        SCOPED_TRACE(std::string(a) + " vs " + b);
+        int forward = _tcsnumcmp(a, b), backward = _tcsnumcmp(b, a);
+        EXPECT_EQ((forward > 0) - (forward < 0), sign);
+        EXPECT_EQ((backward > 0) - (backward < 0), -sign) << "the order is antisymmetric";
+        EXPECT_EQ(SYS_StringBase(a).CompareAlNum(b), forward);
     }
 }
 
@@ -83,70 +70,51 @@ TEST(Scanners, ExtractFieldsOfAList) {
     SYS_StringBase out("untouched");
     EXPECT_EQ(SysExtractSubString(out, nullptr, 0, ';'), 0);
     EXPECT_EQ(out, "untouched");
-    struct Case {
-        char const* text;
-        int index;
-        int result;
-        char const* field;
-    } const cases[] = {
-        {"a;b", 1, 1, "b"}, {"a;b", 2, 0, ""}, {"a;b", -1, 0, ""}, {"", 0, 1, ""}, {"a;;c", 1, 1, ""},
+    std::tuple<char const*, int, char, int, char const*> const cases[] = {
+        {"a;b", 1, ';', 1, "b"}, {"a;b", 2, ';', 0, ""},  {"a;b", -1, ';', 0, ""},
+        {"", 0, ';', 1, ""},     {"a;;c", 1, ';', 1, ""}, {"a;b", 0, '\0', 1, "a;b"},
     };
-    for (Case const& c : cases) {
-        SCOPED_TRACE(std::string(c.text) + " #" + std::to_string(c.index));
+    for (auto [text, index, separator, result, field] : cases) {
+        SCOPED_TRACE(std::string(text) + " #" + std::to_string(index));
         out = "previous";
-        EXPECT_EQ(SysExtractSubString(out, c.text, c.index, ';'), c.result);
-        EXPECT_EQ(out, c.field);
+        EXPECT_EQ(SysExtractSubString(out, text, index, separator), result);
+        EXPECT_EQ(out, field);
     }
     out = "x,yy,zzz";
     EXPECT_EQ(SysExtractSubString(out, out.GetString(), 1, ','), 1) << "the list may be the output itself";
     EXPECT_EQ(out, "yy");
-    EXPECT_EQ(SysExtractSubString(out, "a;b", 0, '\0'), 1);
-    EXPECT_EQ(out, "a;b");
 }
 
 TEST(Scanners, ValuesBehaveAsWith32BitLong) {
-    struct Case {
-        char const* text;
-        int32_t expected;
-        int stop;
-        bool range;
-    } const signedCases[] = {
-        {"  -17x", -17, 5, false},            {"2147483647", INT32_MAX, 10, false},
-        {"2147483648", INT32_MAX, 10, true},  {"-2147483649", INT32_MIN, 11, true},
-        {"abc", 0, 0, false},                 {"0x10", 0, 1, false},
+    // text, value, where the conversion ends, whether it sets ERANGE
+    std::tuple<char const*, int32_t, int, bool> const signedCases[] = {
+        {"  -17x", -17, 5, false},           {"2147483647", INT32_MAX, 10, false},
+        {"2147483648", INT32_MAX, 10, true}, {"-2147483649", INT32_MIN, 11, true},
+        {"abc", 0, 0, false},                {"0x10", 0, 1, false},
     };
-    for (Case const& c : signedCases) {
-        SCOPED_TRACE(c.text);
-        SYS_StringBase s(c.text);
+    for (auto [text, expected, stop, range] : signedCases) {
+        SCOPED_TRACE(text);
+        SYS_StringBase s(text);
         int32_t value = -1;
         char const* end = nullptr;
         errno = 0;
-        EXPECT_EQ(s.Value(&value, &end), c.expected);
-        EXPECT_EQ(value, c.expected);
-        EXPECT_EQ(end - s.GetString(), c.stop);
-        EXPECT_EQ(errno == ERANGE, c.range);
+        EXPECT_EQ(s.Value(&value, &end), expected);
+        EXPECT_EQ(value, expected);
+        EXPECT_EQ(end - s.GetString(), stop);
+        EXPECT_EQ(errno == ERANGE, range);
     }
-    struct UnsignedCase {
-        char const* text;
-        uint32_t expected;
-        bool range;
-    } const unsignedCases[] = {
-        {"4294967295", UINT32_MAX, false}, {"4294967296", UINT32_MAX, true},  {"-1", UINT32_MAX, false},
-        {"-4294967295", 1u, false},        {"-4294967296", UINT32_MAX, true},
+    std::tuple<char const*, uint32_t, bool> const unsignedCases[] = {
+        {"4294967295", UINT32_MAX, false}, {"4294967296", UINT32_MAX, true},
+        {"-1", UINT32_MAX, false},         {"-4294967296", UINT32_MAX, true},
     };
-    for (UnsignedCase const& c : unsignedCases) {
-        SCOPED_TRACE(c.text);
+    for (auto [text, expected, range] : unsignedCases) {
+        SCOPED_TRACE(text);
         uint32_t value = 5;
-        errno = 0;
-        EXPECT_EQ(SYS_StringBase(c.text).Value(&value), c.expected);
-        EXPECT_EQ(value, c.expected);
-        EXPECT_EQ(errno == ERANGE, c.range);
+        errno = EDOM; // a conversion in range leaves errno alone
+        EXPECT_EQ(SYS_StringBase(text).Value(&value), expected);
+        EXPECT_EQ(value, expected);
+        EXPECT_EQ(errno, range ? ERANGE : EDOM);
     }
-    errno = EDOM;
-    uint32_t ok;
-    SYS_StringBase("12").Value(&ok);
-    EXPECT_EQ(errno, EDOM) << "a conversion in range leaves errno alone";
-
     int16_t narrow;
     EXPECT_EQ(SYS_StringBase("40000").Value(&narrow), -25536);
     EXPECT_EQ(SYS_StringBase("99999999999").Value(&narrow), -1) << "saturated to 2^31 - 1, then narrowed";
@@ -171,12 +139,13 @@ TEST(Scanners, DoubleByteCharactersAreWhole) {
     EXPECT_EQ(SysExtractSubString(out, "\x95\x5C\\b", 1, '\\'), 1);
     EXPECT_EQ(out, "");
 
-    CodePageScope scope(932);
+    mortar::SetCodePage(mortar::CodePageJapanese);
     EXPECT_EQ(Stop(digitTrail + 1, getdouble(digitTrail + 1, 0)), -1);
     EXPECT_EQ(_tcsnumcmp(digitTrail, withZero), 0);
     EXPECT_GT(_tcsnumcmp("a\x82\x31", "a\xA0"), 0);
     EXPECT_EQ(SysExtractSubString(out, "\x95\x5C\\b", 1, '\\'), 1) << "a trail byte is no separator";
     EXPECT_EQ(out, "b");
+    mortar::SetCodePage(mortar::CodePageWestern);
 }
 
 } // namespace

@@ -15,23 +15,14 @@ std::string Bytes(SYS_StringBase const& s) {
     return std::string(s.GetString(), static_cast<std::size_t>(s.GetLength()));
 }
 
-struct CodePageScope {
-    explicit CodePageScope(int cp) { mortar::SetCodePage(cp); }
-    ~CodePageScope() { mortar::SetCodePage(mortar::CodePageWestern); }
-};
-
-template <class Exception, class F>
-void ExpectThrowText(F f, char const* text) {
-    try {
-        f();
-        ADD_FAILURE() << "no exception, expected " << text;
-    } catch (Exception const& e) {
-        EXPECT_STREQ(e.what(), text);
-    }
-}
-#define EXPECT_BAD_POSITION(statement)                                                                       \
-    ExpectThrowText<std::out_of_range>([&] { statement; }, "invalid string position")
-#define EXPECT_TOO_LONG(statement) ExpectThrowText<std::length_error>([&] { statement; }, "string too long")
+// `statement` must throw `type` with the message `text`.
+#define EXPECT_THROW_TEXT(statement, type, text)                                                             \
+    EXPECT_THROW(try { statement; } catch (type const& e) {                                                  \
+        EXPECT_STREQ(e.what(), text);                                                                        \
+        throw;                                                                                               \
+    }, type)
+#define EXPECT_BAD_POSITION(s) EXPECT_THROW_TEXT(s, std::out_of_range, "invalid string position")
+#define EXPECT_TOO_LONG(s) EXPECT_THROW_TEXT(s, std::length_error, "string too long")
 
 TEST(StringBase, ConstructionAndAssignmentKeepEveryByte) {
     EXPECT_EQ(Bytes(SYS_StringBase(static_cast<char const*>(nullptr), 5)), "");
@@ -53,10 +44,8 @@ TEST(StringBase, ConstructionAndAssignmentKeepEveryByte) {
     unsigned short const wide[] = {'R', 0x20AC, 0x3042, 0}; // the euro sign is 0x80 in 1252
     EXPECT_EQ(Bytes(SYS_StringBase(wide)), "R\x80?");
     EXPECT_TRUE(wide == SYS_StringBase("R\x80?"));
-
     EXPECT_TRUE("abd" > SYS_StringBase("abc") && "" < SYS_StringBase("a")) << "a text on the left";
     EXPECT_TRUE(SYS_StringBase("\xE9") > "z") << "bytes compare unsigned";
-    EXPECT_EQ(SYS_StringBase("ABC").CompareNoCase("abc"), 0);
 }
 
 TEST(StringBase, ConcatenationStopsAtNulAndNumbersAppendInFull) {
@@ -88,7 +77,6 @@ TEST(StringBase, ExtractionEndsAtNulAndChecksPositions) {
     EXPECT_BAD_POSITION(s.Mid(4));
     EXPECT_BAD_POSITION(s.Mid(INT_MIN));
     EXPECT_EQ(Bytes(SYS_StringBase("ab\0cd", 5).Mid(1)), "b");
-    EXPECT_EQ(Bytes(SYS_StringBase("  ab;c").SpanExcluding(";")), "  ab");
 
     SYS_StringBase t(",,a,b");
     int pos = 0;
@@ -123,15 +111,6 @@ TEST(StringBase, SearchesAnswerPositionsOutsideTheText) {
     EXPECT_EQ(s.ReverseFindOneOf("a", 2), -1) << "position 0 is not looked at";
 }
 
-// The in-place procedure: replace, then search on behind the inserted text.
-std::string ReplaceModel(std::string text, std::string const& from, std::string const& to, int& count) {
-    count = 0;
-    for (std::size_t pos = text.find(from); pos != std::string::npos;
-         pos = text.find(from, pos + to.size()), ++count)
-        text.replace(pos, from.size(), to);
-    return text;
-}
-
 TEST(StringBase, ReplaceAndEdits) {
     SYS_StringBase s("aa");
     EXPECT_EQ(s.Replace("", "x") + s.Replace("a", "a") + s.Replace('a', 'a'), 0);
@@ -139,19 +118,22 @@ TEST(StringBase, ReplaceAndEdits) {
     EXPECT_EQ(s.Replace(s.GetString() + 3, "-"), 1) << "a pattern inside the own text";
     EXPECT_EQ(Bytes(s), "a.b-");
 
+    // Against the in-place procedure: replace, then search on behind the inserted text.
     std::mt19937 random(7);
     std::uniform_int_distribution<int> letter(0, 2), length(0, 12);
     auto text = [&](std::size_t limit) {
         std::string t;
-        for (int n = length(random); n > 0; --n)
-            t.push_back(static_cast<char>('a' + letter(random)));
+        for (int n = length(random); n > 0; --n) t.push_back(static_cast<char>('a' + letter(random)));
         return t.substr(0, limit);
     };
     for (int round = 0; round < 2000; ++round) {
-        std::string subject = text(12), from = text(3), to = text(4);
+        std::string subject = text(12), from = text(3), to = text(4), model = subject;
         if (from.empty() || from == to) continue;
-        int expected;
-        std::string model = ReplaceModel(subject, from, to, expected);
+        int expected = 0;
+        for (std::size_t pos = model.find(from); pos != std::string::npos; ++expected) {
+            model.replace(pos, from.size(), to);
+            pos = model.find(from, pos + to.size());
+        }
         SYS_StringBase r(subject.c_str());
         ASSERT_EQ(r.Replace(from.c_str(), to.c_str()), expected) << subject << " " << from << " " << to;
         ASSERT_EQ(Bytes(r), model);
@@ -170,7 +152,7 @@ TEST(StringBase, ReplaceAndEdits) {
     EXPECT_EQ(s.Remove('!'), 2);
 }
 
-TEST(StringBase, CaseTrimAndBuffer) {
+TEST(StringBase, CaseTrimBufferAndFormat) {
     EXPECT_EQ(Bytes(SYS_StringBase("MiXed\xE9").MakeUpper()), "MIXED\xE9");
     EXPECT_EQ(Bytes(SYS_StringBase(" \t x y \f").TrimLeft().TrimRight("")), "x y");
     EXPECT_EQ(Bytes(SYS_StringBase("xa\0", 3).TrimRight("a")), std::string("xa\0", 3)) << "NUL stays";
@@ -187,10 +169,9 @@ TEST(StringBase, CaseTrimAndBuffer) {
     EXPECT_TOO_LONG(s.Reserve(-1));
     EXPECT_TOO_LONG(s.GetBuffer(INT_MAX));
     EXPECT_EQ(s.GetLength(), 4);
-}
 
-TEST(StringBase, FormatSeesItsOwnTextAsEmpty) {
-    SYS_StringBase s("own %d");
+    // Format sees its own text as empty.
+    s = "own %d";
     s.Format(s.GetString(), 1);
     EXPECT_EQ(Bytes(s), "");
     s = "argument";
@@ -214,7 +195,7 @@ TEST(StringBase, DoubleByteTextSeparatesByteAndCharacterOperations) {
     EXPECT_EQ(lead.CompareNoCase(upper), 0);
     EXPECT_LT(lead.Compare(kana), 0);
 
-    CodePageScope scope(932);
+    mortar::SetCodePage(mortar::CodePageJapanese);
     EXPECT_EQ(s.FindOneOf("\\"), 2);
     EXPECT_EQ(s.ReverseFind('\\'), 2);
     EXPECT_EQ(s.ReverseFind('\x95', 5), -1) << "a lead byte is part of its character";
@@ -225,15 +206,14 @@ TEST(StringBase, DoubleByteTextSeparatesByteAndCharacterOperations) {
     EXPECT_EQ(Bytes(s.SpanIncluding(bs)), bs);
     int pos = 0;
     EXPECT_EQ(Bytes(s.Tokenize("\\", pos)), bs);
-    EXPECT_EQ(Bytes(s.Tokenize("\\", pos)), "x\x95\x5C");
     EXPECT_NE(lead.CompareNoCase(upper), 0) << "a letter as trail byte is not folded";
     EXPECT_TRUE(lead > kana) << "a double-byte character sorts above every single byte";
 
     EXPECT_EQ(s.Find("\\"), 1) << "byte-wise whatever the code page";
     EXPECT_EQ(Bytes(SYS_StringBase(bs).TrimRight("\\")), "\x95");
-    SYS_StringBase r(s);
-    EXPECT_EQ(r.Replace('\\', '/'), 3);
+    EXPECT_EQ(SYS_StringBase(s).Replace('\\', '/'), 3);
     EXPECT_EQ(Bytes(lead.MakeUpper()), "\x82\x41");
+    mortar::SetCodePage(mortar::CodePageWestern);
 }
 
 } // namespace
