@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <map>
+#include <memory>
 #include <random>
 
 namespace {
@@ -14,7 +15,7 @@ using Walked = std::vector<std::pair<int32_t, std::string>>;
 // A database that shows its key table.
 class OpenDB : public SFM_MessageDB {
 public:
-    OpenDB(std::string const& path) : SFM_MessageDB(SYS_StringBase(path.c_str())) {}
+    explicit OpenDB(std::string const& path) : SFM_MessageDB(SYS_StringBase(path.c_str())) {}
     OpenDB(std::string const& path, int) : SFM_MessageDB(SYS_StringBase(path.c_str()), 0) {}
     Texts AllTexts() {
         Texts texts;
@@ -28,18 +29,11 @@ public:
 // The message numbers and texts of a section, walked with the iterator.
 Walked Walk(SFM_MessageDB& db, char const* section, int32_t from = 0) {
     Walked seen;
-    SFM_MessageDB::SectionIterator it(&db, section, from);
-    for (int guard = 0; !it.IsEmpty() && guard < 100000; ++guard) {
+    for (SFM_MessageDB::SectionIterator it(&db, section, from); !it.IsEmpty() && seen.size() < 100000;) {
         int32_t const number = it.GetPosition();
         seen.emplace_back(number, S(it++));
     }
     return seen;
-}
-
-std::string Le(int64_t value, int bytes) {
-    std::string s;
-    for (int i = 0; i < bytes; ++i) s.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
-    return s;
 }
 
 struct Record {
@@ -52,42 +46,55 @@ struct Record {
 constexpr int kAsMany = INT32_MIN;
 std::string Compiled(std::vector<Record> const& records, std::string const& textArea, int recordSize = 36,
                      int tableCount = kAsMany, int readCount = kAsMany) {
-    int const count = static_cast<int>(records.size());
-    std::string file = Le(0, 2) + Le(tableCount == kAsMany ? count : tableCount, 2) +
-                       Le(readCount == kAsMany ? count : readCount, 2) + Le(0, 8);
-    int const wide = recordSize == 42 ? 4 : 1;
+    auto le = [](int64_t value, int bytes) {
+        std::string s;
+        for (int i = 0; i < bytes; ++i) s.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
+        return s;
+    };
+    int const count = static_cast<int>(records.size()), wide = recordSize == 42 ? 4 : 1;
+    std::string file = le(0, 2) + le(tableCount == kAsMany ? count : tableCount, 2) +
+                       le(readCount == kAsMany ? count : readCount, 2) + le(0, 8);
     for (auto const& r : records)
-        file += Le(r.number, 2) + Le(r.flag, wide) + Le(0, wide) + Le(r.offset, 4) + Le(r.length, 4) + Le(r.size, 4) +
+        file += le(r.number, 2) + le(r.flag, wide) + le(0, wide) + le(r.offset, 4) + le(r.length, 4) + le(r.size, 4) +
                 (r.decimal + std::string(20, '\0')).substr(0, 20);
     return file + textArea;
 }
 
-TEST_F(MessageDB, TextFormKeysSectionsAndTheIterator) {
+TEST_F(MessageDB, TextFormKeysSectionsTheIteratorAndCopies) {
     // Sections follow the last key and may overlap the next one.
     WriteFile(dir / "db.txt", "1:One\n[Sec]\n1:Two\n5:Six\n[A]\n5:x\n1:y\n[B]\n1:z\n");
-    OpenDB db(dir / "db.txt", 0);
-    EXPECT_EQ(db.AllTexts(), (Texts{{-3, "Sec"}, {1, "One"}, {4, "Two"}, {8, "Six"}, {-10, "A"}, {11, "y"}, {15, "x"},
-                                    {-13, "B"}, {14, "z"}}));
+    auto source = std::make_unique<OpenDB>(dir / "db.txt", 0);
+    OpenDB& db = *source;
+    Texts const all{{-3, "Sec"}, {1, "One"}, {4, "Two"}, {8, "Six"}, {-10, "A"}, {11, "y"}, {15, "x"}, {-13, "B"},
+                    {14, "z"}};
+    EXPECT_EQ(db.AllTexts(), all);
     EXPECT_EQ(db.GetSectionBase("sEC"), 3) << "without regard to case";
     EXPECT_EQ(db.GetSectionBase(""), 0) << "the unnamed section";
     EXPECT_EQ(db.GetSectionBase("none"), -1);
-    EXPECT_EQ(Walk(db, "Sec"), (Walked{{1, "Two"}, {5, "Six"}}));
     EXPECT_EQ(Walk(db, "sec", 2), (Walked{{5, "Six"}})) << "lands on the first number at or after";
     EXPECT_EQ(Walk(db, "Sec", 6), Walked{});
     EXPECT_EQ(Walk(db, ""), (Walked{{1, "One"}}));
     EXPECT_EQ(Walk(db, "A"), (Walked{{1, "y"}, {4, "z"}, {5, "x"}}));
     EXPECT_EQ(Walk(db, "missing"), Walked{});
 
-    SFM_MessageDB::SectionIterator it(&db, "Sec", 0);
+    SFM_MessageDB::SectionIterator it(&db, "Sec", 0), orphan(nullptr, "Sec", 0);
+    EXPECT_EQ(m.checks.size(), 2u) << "an iterator needs a database";
+    EXPECT_EQ(orphan.IsEmpty(), 1);
     EXPECT_EQ(S(++it), "Six") << "moves on, then reads";
     EXPECT_TRUE(S(++it).empty());
     EXPECT_EQ(it.GetPosition(), -1);
     it = 0;
     EXPECT_EQ(S(it), "Two");
-    EXPECT_TRUE(m.checks.empty());
-    SFM_MessageDB::SectionIterator orphan(nullptr, "Sec", 0);
-    EXPECT_EQ(orphan.IsEmpty(), 1);
-    EXPECT_FALSE(m.checks.empty()) << "an iterator needs a database";
+
+    // Copies share the tables, which outlive their source, and read through streams of their own.
+    WriteFile(dir / "other.txt", "2:two\n");
+    OpenDB copy(db), assigned(dir / "other.txt", 0);
+    source.reset();
+    assigned = copy;
+    EXPECT_EQ(copy.AllTexts(), all);
+    EXPECT_EQ(assigned.AllTexts(), all);
+    EXPECT_EQ(assigned.GetSectionBase("SEC"), 3);
+    EXPECT_EQ(m.checks.size(), 2u);
 }
 
 TEST_F(MessageDB, TextFormLineRules) {
@@ -111,26 +118,17 @@ TEST_F(MessageDB, SaveWritesTheCompiledForm) {
     WriteFile(dir / "s.txt", "[S]\n3:abc\n");
     OpenDB db(dir / "s.txt", 0);
     db.Save((dir / "s.mdb").c_str());
-    EXPECT_EQ(ReadFile(dir / "s.mdb"),
-              Compiled({{0, 1, 0, 2, 3, "1"}, {1, 0, 2, 4, 3, "5"}}, std::string("S\0abc\0", 6)))
+    EXPECT_EQ(ReadFile(dir / "s.mdb"), Compiled({{0, 1, 0, 2, 3, "1"}, {1, 0, 2, 4, 3, "5"}}, {"S\0abc\0", 6}))
         << "the message carries the section's Size over";
 
-    // An empty database, and one whose file did not open, save as counts of 0.
-    WriteFile(dir / "empty.txt", "; nothing\n");
-    OpenDB(dir / "empty.txt", 0).Save((dir / "empty.mdb").c_str());
-    EXPECT_EQ(ReadFile(dir / "empty.mdb"), std::string(36, '\0'));
-    EXPECT_TRUE(OpenDB(dir / "empty.mdb").HasKeys());
+    // A database whose file did not open is empty and saves as counts of 0.
     m.Reset();
     OpenDB missing(dir / "missing.txt", 0);
     EXPECT_FALSE(missing.HasKeys());
-    EXPECT_EQ(m.Codes(), (std::vector<int>{SFM::EC_BeforeOpen, SFM::EC_OpenFailed}));
+    EXPECT_EQ(m.Codes(), (Codes{SFM::EC_BeforeOpen, SFM::EC_OpenFailed}));
     EXPECT_TRUE(missing.getTxt(0).IsEmpty());
     missing.Save((dir / "missing.mdb").c_str());
     EXPECT_EQ(ReadFile(dir / "missing.mdb"), std::string(36, '\0'));
-
-    m.Reset();
-    db.Save((dir / "no/such/dir.mdb").c_str());
-    EXPECT_EQ(m.Codes(), (std::vector<int>{SFM::EC_BeforeOpen, SFM::EC_OpenFailed})) << "reported by events only";
     EXPECT_TRUE(m.checks.empty());
 }
 
@@ -162,8 +160,9 @@ TEST_F(MessageDB, TextsAreCutAtTheirLimitsAndSurviveSaveAndLoad) {
         EXPECT_EQ(Walk(compiled, name.c_str()), Walk(text, name.c_str()));
     }
     EXPECT_EQ(compiled.GetSectionBase(""), -1) << "the unnamed section has no record";
-    compiled.Save((dir / "again.mdb").c_str());
-    EXPECT_EQ(ReadFile(dir / "again.mdb"), ReadFile(dir / "big.mdb")) << "saved again, the same file";
+    std::string const saved = ReadFile(dir / "big.mdb");
+    compiled.Save((dir / "big.mdb").c_str());
+    EXPECT_EQ(ReadFile(dir / "big.mdb"), saved) << "saved again, over its own file: the same bytes";
     EXPECT_TRUE(m.checks.empty());
 }
 
@@ -185,7 +184,7 @@ TEST_F(MessageDB, ReadsBothRecordLayouts) {
 }
 
 TEST_F(MessageDB, CorruptCompiledFilesLoadWhatTheyCan) {
-    std::string const path = dir / "bad.mdb";
+    std::string const path = dir / "bad.mdb", area("one\0two\0", 8), sect("sect\0", 5);
     auto load = [&](std::string const& bytes) {
         WriteFile(path, bytes);
         OpenDB db(path);
@@ -194,27 +193,21 @@ TEST_F(MessageDB, CorruptCompiledFilesLoadWhatTheyCan) {
         db.Save((dir / "resaved.mdb").c_str());
         return texts;
     };
-    std::string const area = std::string("one\0two\0", 8);
-    EXPECT_EQ(load(""), Texts{});
-    EXPECT_EQ(load("\x01\x02"), Texts{}) << "a header cut short";
-    EXPECT_EQ(load(Compiled({{0, 0, 0, 4, 0, "1"}}, area, 36, 1, 30000)), (Texts{{1, "one"}})) << "count beyond the file";
-    EXPECT_EQ(load(Compiled({{0, 0, 0, 4, 0, "1"}}, area, 36, 1, -5)), Texts{}) << "negative count";
-    EXPECT_EQ(load(Compiled({{0, 0, 4000, 4, 0, "1"}, {1, 0, 4, 4, 0, "2"}}, area)), (Texts{{1, ""}, {2, "two"}}))
-        << "offset past the end";
-    EXPECT_EQ(load(Compiled({{0, 0, -100, 4, 0, "1"}}, area)), (Texts{{1, ""}})) << "negative offset";
-    EXPECT_EQ(load(Compiled({{0, 0, 0, 0, 0, "1"}}, area)), (Texts{{1, ""}})) << "length 0";
-    EXPECT_EQ(load(Compiled({{0, 0, 0, -1, 0, "1"}}, area)), (Texts{{1, ""}})) << "2^32 - 1 is 0 modulo 255";
-    EXPECT_EQ(load(Compiled({{0, 0, 0, -2, 0, "1"}}, area)), (Texts{{1, "one"}})) << "and 2^32 - 2 is 254";
-    EXPECT_EQ(load(Compiled({{0, 0, 0, 4, 0, "123456789012345678901234"}}, area)).size(), 1u) << "no NUL after the key";
-    EXPECT_EQ(load(Compiled({{0, 0, 0, 4, 0, "99999999999999"}}, area)), (Texts{{INT32_MAX, "one"}}));
-    EXPECT_EQ(load(Compiled({{0, 0, 4, 200, 0, "1"}}, "abcdefgh")), (Texts{{1, "efgh"}}))
-        << "a text without NUL ends at the end of the file";
-    EXPECT_EQ(load(Compiled({{0, 1, 0, 0, INT32_MAX, "5"}}, std::string("sect\0", 5))), (Texts{{-6, ""}}))
-        << "a section of every number, walked without a hang";
-    EXPECT_EQ(load(Compiled({{0, 1, 0, 5, 0, "-2147483648"}, {1, 0, 0, 3, 0, "-2147483647"}}, std::string("sect\0", 5)))
-                  .size(),
-              2u)
-        << "keys at the limits";
+    struct Case { std::string bytes; Texts expected; char const* why; } const cases[] = {
+        {Compiled({{0, 0, 0, 4, 0, "1"}}, area, 36, 1, 30000), {{1, "one"}}, "count beyond the file"},
+        {Compiled({{0, 0, 0, 4, 0, "1"}}, area, 36, 1, -5), {}, "negative count"},
+        {Compiled({{0, 0, 4000, 4, 0, "1"}, {1, 0, 4, 4, 0, "2"}}, area), {{1, ""}, {2, "two"}}, "offset past the end"},
+        {Compiled({{0, 0, -100, 4, 0, "1"}}, area), {{1, ""}}, "negative offset"},
+        {Compiled({{0, 0, 0, 0, 0, "1"}}, area), {{1, ""}}, "length 0"},
+        {Compiled({{0, 0, 0, -1, 0, "1"}}, area), {{1, ""}}, "2^32 - 1 is 0 modulo 255"},
+        {Compiled({{0, 0, 0, -2, 0, "1"}}, area), {{1, "one"}}, "and 2^32 - 2 is 254"},
+        {Compiled({{0, 0, 0, 4, 0, "123456789012345678901234"}}, area), {{INT32_MAX, "one"}}, "no NUL, out of range"},
+        {Compiled({{0, 0, 4, 200, 0, "1"}}, "abcdefgh"), {{1, "efgh"}}, "a text without NUL ends with the file"},
+        {Compiled({{0, 1, 0, 0, INT32_MAX, "5"}}, sect), {{-6, ""}}, "a section of every number: no hang"},
+        {Compiled({{0, 1, 0, 5, 0, "-2147483648"}, {1, 0, 0, 3, 0, "-2147483647"}}, sect),
+         {{INT32_MAX, "sect"}, {-INT32_MAX, "sec"}}, "keys at the limits"},
+    };
+    for (auto const& c : cases) EXPECT_EQ(load(c.bytes), c.expected) << c.why;
 
     // Every prefix of a good file loads, and each text it still has is a prefix of the real one.
     WriteFile(dir / "src.txt", "1:One\n[Sec]\n1:Two\n5:Six\n[Other]\n2:more text\n");
@@ -228,21 +221,6 @@ TEST_F(MessageDB, CorruptCompiledFilesLoadWhatTheyCan) {
             EXPECT_EQ(all.at(entry.first).compare(0, entry.second.size(), entry.second), 0) << n;
         }
     }
-}
-
-TEST_F(MessageDB, CopiesShareTheTablesAndReadOnTheirOwn) {
-    WriteFile(dir / "db.txt", "1:One\n[Sec]\n1:Two\n");
-    auto* original = new OpenDB(dir / "db.txt", 0);
-    OpenDB copy(*original);
-    delete original;
-    EXPECT_EQ(copy.AllTexts(), (Texts{{-3, "Sec"}, {1, "One"}, {4, "Two"}})) << "the tables outlive the source";
-    EXPECT_EQ(copy.GetSectionBase("SEC"), 3);
-    WriteFile(dir / "other.txt", "2:two\n");
-    OpenDB assigned(dir / "other.txt", 0);
-    assigned = copy;
-    EXPECT_EQ(S(assigned.getTxt(4)), "Two");
-    EXPECT_TRUE(assigned.getTxt(2).IsEmpty());
-    EXPECT_TRUE(m.checks.empty());
 }
 
 } // namespace
