@@ -37,7 +37,9 @@
 //   - PopPosition with an empty stack does nothing (no seek).
 //   - A bring-back refused for lack of file handles asks the manager to close another file and
 //     tries again while one can be closed; any other refusal is a failed check, after which the
-//     file is closed (IsOpen 0) and the position saved by TempClose is dropped.
+//     file is closed (IsOpen 0) and the position saved by TempClose is dropped. An operation
+//     that brought it back for its own use then finds no stream, a second failed check, and
+//     returns its failure result.
 //
 // Copies. The copy constructor and assignment are member-wise: both objects then refer to one
 // stream, and only one of them may use or close it from there on (closing it through both closes
