@@ -37,6 +37,14 @@ struct Listener {
     }
 };
 
+// A registered manager with a listener on its events.
+struct Manager : testing::Test {
+    SSM ssm;
+    Listener hooks{ssm};
+    // Level, Current and Saved as before any report.
+    bool Idle() const { return ssm.Level == -1 && ssm.Current == nullptr && ssm.Saved.empty(); }
+};
+
 // What f throws as E; a failure, and E(), when it throws nothing.
 template <class E, class F>
 E Thrown(F f) {
@@ -47,10 +55,6 @@ E Thrown(F f) {
     }
     ADD_FAILURE() << "nothing thrown";
     return E();
-}
-
-bool Idle(SSM const& ssm) {
-    return ssm.Level == -1 && ssm.Current == nullptr && ssm.Saved.empty();
 }
 
 TEST(Ssm, WithoutAManagerChecksHaveNoEffect) {
@@ -68,10 +72,9 @@ TEST(Ssm, RegistrationCountingAndCopies) {
         SSM first;
         {
             SSM second;
-            EXPECT_EQ(SSM::GetManager(), &second);
-            EXPECT_EQ(SSM::InstanceCount, before + 2);
+            EXPECT_TRUE(SSM::GetManager() == &second && SSM::InstanceCount == before + 2);
         }
-        EXPECT_EQ(SSM::GetManager(), nullptr) << "destroying any manager clears the registration";
+        EXPECT_EQ(SSM::GetManager(), nullptr);
         Listener hooks(first);
         {
             SSM copy(first);
@@ -80,67 +83,54 @@ TEST(Ssm, RegistrationCountingAndCopies) {
             copy.AssertFailed("to the copy", "a.cpp", 1, SSM_FailureThrow, 0);
             EXPECT_EQ(hooks.heard, (Log{"M2 to the copy", "R2 to the copy"}))
                 << "the copy took the listeners";
+            SSM::Instance = &first;
         }
-        EXPECT_EQ(SSM::InstanceCount, before) << "but counts down";
+        EXPECT_TRUE(SSM::InstanceCount == before && SSM::GetManager() == nullptr)
+            << "but counts down, and destroying any manager clears the registration";
     }
     SSM::InstanceCount = before;
 }
 
-TEST(Ssm, OneRecordPerLocationAndItsMessage) {
-    SSM ssm;
+TEST_F(Manager, OneRecordPerLocationAndItsMessage) {
     SSM_AssertFailed("", "a.cpp", 10, SSM_FailureContinue, 0);
     SSM_AssertFailed(nullptr, "a.cpp", 11, SSM_FailureContinue, 7);
     ssm.AssertFailed("", "a.cpp", 12, SSM_FailureContinue, 7);
+    SSM_AssertFailed("first", "x/y.cpp", 42, SSM_FailureContinue, 3);
+    SSM_AssertFailed("second", "x/y.cpp", 42, SSM_FailureContinue, 9);
     EXPECT_EQ(ssm.Map["a.cpp(10)"].Message, "Message not available");
     EXPECT_EQ(ssm.Map["a.cpp(11)"].Message, "SSM: Assert ID #7, message not available");
     EXPECT_EQ(ssm.Map["a.cpp(12)"].Message, "") << "only the free function fills in a message";
-
-    SSM_AssertFailed("first", "x/y.cpp", 42, SSM_FailureContinue, 3);
-    SSM_AssertFailed("second", "x/y.cpp", 42, SSM_FailureContinue, 9);
     SSM::AssertData const& r = ssm.Map["x/y.cpp(42)"];
     EXPECT_EQ(ssm.Map.size(), 4u);
-    EXPECT_EQ(r.Message, "second") << "the latest message, the first id";
-    EXPECT_EQ(r.Id, 3);
-    EXPECT_EQ(r.Count, 2);
+    EXPECT_TRUE(r.Message == "second" && r.Id == 3 && r.Count == 2) << "the latest message, the first id";
     EXPECT_EQ(SSM::AssertData("m", "f.cpp", -1, 0).GetKey(), "f.cpp(4294967295)");
 }
 
-TEST(Ssm, FirstReportsByTypeAndAction) {
-    SSM ssm;
-    Listener hooks(ssm);
+TEST_F(Manager, FirstReportsByTypeAndAction) {
     EXPECT_EQ(SSM_AssertFailed("t2", "a.cpp", 1, SSM_FailureThrow, 0), 1) << "nothing in progress to throw";
     EXPECT_EQ(hooks.heard, (Log{"M2 t2", "R2 t2"})) << "type 2 is not offered to the handler";
-    EXPECT_TRUE(Idle(ssm));
-
-    struct Case {
-        SSM_FailureType type;
-        int action, result;
-    } const cases[] = {{SSM_FailureStop, SSM::ActionContinue, 1},
-                       {SSM_FailureStop, SSM::ActionFail, 0},
-                       {SSM_FailureContinue, SSM::ActionThrow, 1}};
+    // clang-format off
+    struct { SSM_FailureType type; int action, result; } const cases[] = {
+        {SSM_FailureStop, SSM::ActionContinue, 1}, {SSM_FailureStop, SSM::ActionFail, 0},
+        {SSM_FailureContinue, SSM::ActionThrow, 1}};
+    // clang-format on
     for (int line = 0; line < 3; ++line) {
-        Case const& c = cases[line];
         hooks.heard.clear();
-        hooks.onHandler = [&](SSM::AssertData& r) { r.Action = c.action; };
-        EXPECT_EQ(SSM_AssertFailed("c", "b.cpp", line, c.type, 0), c.result) << line;
-        EXPECT_EQ(hooks.heard.size(), 3u);
-        EXPECT_EQ(hooks.heard[0].back(), '0') << "preset 0 in a first report";
+        hooks.onHandler = [&](SSM::AssertData& r) { r.Action = cases[line].action; };
+        EXPECT_EQ(SSM_AssertFailed("c", "b.cpp", line, cases[line].type, 0), cases[line].result) << line;
+        EXPECT_TRUE(hooks.heard.size() == 3 && hooks.heard[0].back() == '0') << "preset 0 in a first report";
         EXPECT_EQ(ssm.Map[SYS_StringBase("b.cpp(") << line << ")"].Action, 0);
         SSM_Throw();
-        EXPECT_TRUE(Idle(ssm));
+        EXPECT_TRUE(Idle());
     }
-
     hooks.onHandler = [](SSM::AssertData& r) { r.Action = SSM::ActionFatal; };
     auto fatal =
         Thrown<SSM::FatalException>([] { SSM_AssertFailed("fatal", "a.cpp", 200, SSM_FailureStop, 0); });
-    EXPECT_EQ(fatal.GetData(), &ssm.Map["a.cpp(200)"]);
-    EXPECT_EQ(ssm.Fatal, fatal.GetData());
-    EXPECT_TRUE(Idle(ssm));
+    EXPECT_TRUE(fatal.GetData() == &ssm.Map["a.cpp(200)"] && ssm.Fatal == fatal.GetData());
+    EXPECT_TRUE(Idle());
 }
 
-TEST(Ssm, NestedReportsPresetFailAndThrowTheOuterRecord) {
-    SSM ssm;
-    Listener hooks(ssm);
+TEST_F(Manager, NestedReportsPresetFailAndThrowTheOuterRecord) {
     SSM_FailureType innerType = SSM_FailureStop;
     hooks.onHandler = [&](SSM::AssertData& r) {
         EXPECT_EQ(ssm.Level, r.Message == "outer" ? 0 : 1);
@@ -150,7 +140,7 @@ TEST(Ssm, NestedReportsPresetFailAndThrowTheOuterRecord) {
               &ssm.Map["a.cpp(1)"]);
     EXPECT_EQ(hooks.heard, (Log{"H1 outer/0", "H1 inner/1", "M1 inner", "R1 inner"}))
         << "a nested type 1 is preset to fail";
-    EXPECT_TRUE(Idle(ssm));
+    EXPECT_TRUE(Idle());
     innerType = SSM_FailureContinue;
     EXPECT_EQ(SSM_AssertFailed("outer", "a.cpp", 1, SSM_FailureStop, 0), 1) << "a nested type 0 carries on";
 
@@ -160,42 +150,34 @@ TEST(Ssm, NestedReportsPresetFailAndThrowTheOuterRecord) {
     };
     EXPECT_EQ(Thrown<void*>([] { SSM_AssertFailed("outer2", "a.cpp", 2, SSM_FailureStop, 0); }),
               &ssm.Map["a.cpp(2)"]);
-    EXPECT_TRUE(Idle(ssm));
+    EXPECT_TRUE(Idle());
 }
 
-TEST(Ssm, InvalidActionCodeThrowsTheRecordAndLeavesTheManagerIdle) {
-    SSM ssm;
-    Listener hooks(ssm);
+TEST_F(Manager, InvalidActionCodeThrowsTheRecordAndLeavesTheManagerIdle) {
     hooks.onHandler = [](SSM::AssertData& r) { r.Action = 17; };
     auto* thrown =
         Thrown<SSM::AssertData*>([] { SSM_AssertFailed("bad hook", "a.cpp", 3, SSM_FailureStop, 0); });
-    EXPECT_EQ(thrown, &ssm.Map["a.cpp(3)"]);
-    EXPECT_EQ(ssm.InvalidAction, thrown);
-    EXPECT_EQ(thrown->Action, 0);
-    EXPECT_TRUE(Idle(ssm));
+    EXPECT_TRUE(thrown == &ssm.Map["a.cpp(3)"] && ssm.InvalidAction == thrown && thrown->Action == 0);
+    EXPECT_TRUE(Idle());
     EXPECT_EQ(hooks.heard, (Log{"H1 bad hook/0", "M2 Assert handler encountered invalid action code.",
                                 "R2 Assert handler encountered invalid action code."}))
         << "the manager's own report, and no monitor for the outer one";
 }
 
-TEST(Ssm, ThrowingHookLeavesTheManagerAsBefore) {
-    SSM ssm;
-    Listener hooks(ssm);
+TEST_F(Manager, ThrowingHookLeavesTheManagerAsBefore) {
     hooks.onMonitor = [](SSM::AssertData& r) {
         if (r.Message == "deep") throw std::string("hook failed");
         // A nested report whose own hook throws passes through the outer report too.
         if (r.Message == "outer") SSM_AssertFailed("deep", "b.cpp", 9, SSM_FailureContinue, 0);
     };
     EXPECT_THROW(SSM_AssertFailed("outer", "a.cpp", 1, SSM_FailureContinue, 0), std::string);
-    EXPECT_TRUE(Idle(ssm));
+    EXPECT_TRUE(Idle());
     hooks.onMonitor = nullptr;
     EXPECT_EQ(SSM_AssertFailed("outer", "a.cpp", 1, SSM_FailureContinue, 0), 1);
     EXPECT_EQ(ssm.Map["a.cpp(1)"].Count, 2);
 }
 
-TEST(Ssm, ALocationFailingInItsOwnReportIsNotReportedAgain) {
-    SSM ssm;
-    Listener hooks(ssm);
+TEST_F(Manager, ALocationFailingInItsOwnReportIsNotReportedAgain) {
     int depth = 0;
     std::vector<int> results;
     hooks.onMonitor = [&](SSM::AssertData&) {
@@ -205,14 +187,11 @@ TEST(Ssm, ALocationFailingInItsOwnReportIsNotReportedAgain) {
     // The first report, once more inside it (Current is not yet on Saved); the third entry is
     // found on Saved: no event, no count.
     EXPECT_EQ(ssm.Map["a.cpp(1)"].Count, 2);
-    EXPECT_EQ(depth, 2);
     EXPECT_EQ(results, (std::vector<int>{1, 1}));
-    EXPECT_TRUE(Idle(ssm));
+    EXPECT_TRUE(Idle());
 }
 
-TEST(Ssm, MutingSilenceAndLastError) {
-    SSM ssm;
-    Listener hooks(ssm);
+TEST_F(Manager, MutingSilenceAndLastError) {
     SSM_AssertFailed("m", "a.cpp", 1, SSM_FailureStop, 0);
     SSM::AssertData& r = ssm.Map["a.cpp(1)"];
     hooks.heard.clear();
@@ -222,7 +201,6 @@ TEST(Ssm, MutingSilenceAndLastError) {
     SSM_AssertFailed("m", "a.cpp", 1, SSM_FailureStop, 0);
     r.Enabled = 1;
     SSM::SetSilentMode(1);
-    EXPECT_EQ(SSM::GetSilentMode(), 1);
     hooks.onMonitor = [](SSM::AssertData&) { mortar::SetLastError(5); };
     mortar::SetLastError(24);
     SSM_AssertFailed("m", "a.cpp", 1, SSM_FailureStop, 0);

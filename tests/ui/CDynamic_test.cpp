@@ -2,16 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <iomanip>
 #include <limits>
 #include <new>
 #include <random>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -42,9 +43,6 @@ std::ostream& operator<<(std::ostream& o, SYS_Point const& p) {
 std::ostream& operator<<(std::ostream& o, SYS_Box const& b) {
     return o << '[' << b.left << ' ' << b.lower << ' ' << b.right << ' ' << b.upper << ']';
 }
-std::string Quoted(char const* text) {
-    return '"' + std::string(text) + '"';
-}
 std::string Points(SYS_Point const* p, int n) {
     std::ostringstream o;
     for (int i = 0; i < n; ++i)
@@ -52,10 +50,9 @@ std::string Points(SYS_Point const* p, int n) {
     return o.str();
 }
 
-// A surface that logs, as "Name(arguments)", every call that a recorder may make on it; a
-// replay that called anything else would miss its expected entry. It keeps a pen mode, as a
-// real surface does, and measures a text as 10 units per character by 20. Like the defaults,
-// its screen conversions answer 1 pixel for any length, so every shape is small on it.
+// A surface that logs, as "Name(arguments)", every call that a recorder may make on it, so
+// that a replay compares call by call. It keeps a pen mode and measures a text as 10 units per
+// character by 20.
 class LogSurface : public UI_DrawArea {
 public:
     mutable Log log;
@@ -74,8 +71,6 @@ public:
         if (onCall) onCall(log.back());
     }
 
-    int Scale2ScreenX(int32_t l) const override { return Note("Scale2ScreenX", l), 1; }
-    int Scale2ScreenY(int32_t l) const override { return Note("Scale2ScreenY", l), 1; }
     void InstallDynamic(CDynamic*) override { Note("InstallDynamic"); }
     void RedrawDynamic(CDynamic* d, SYS_Box* b, int show) override {
         EXPECT_EQ(b, &d->GetBounds()) << "the surface gets the recorder's own box";
@@ -91,11 +86,11 @@ public:
     void DrawXorBox(SYS_Box b) override { Note("DrawXorBox", b); }
     void DrawXorBox(SYS_Point a, SYS_Point b) override { Note("DrawXorBox", a, b); }
     SYS_Box DrawXorText(char const* t, int a, int b, int32_t x, int32_t y, int flag) override {
-        Note("DrawXorText", Quoted(t), a, b, x, y, flag);
+        Note("DrawXorText", std::quoted(t), a, b, x, y, flag);
         return SYS_Box(x, y, x + 10 * int32_t(std::strlen(t)), y + 20);
     }
     SYS_Box DrawXorText(char const* t, int a, int b, SYS_Point p, int flag) override {
-        return Note("DrawXorText", Quoted(t), a, b, p, flag), SYS_Box();
+        return Note("DrawXorText", std::quoted(t), a, b, p, flag), SYS_Box();
     }
     void FillRect(SYS_Box b, int c) override { Note("FillRect", b, c); }
     void DrawLine(SYS_Point const& a, SYS_Point const& b, int32_t w, int c) override {
@@ -122,18 +117,18 @@ public:
     void TextAlign(int h, int v) override { Note("TextAlign", h, v); }
     void TextExtra(int e) override { Note("TextExtra", e); }
     void TextFace(int f) override { Note("TextFace", f); }
-    void TextPath(double d, char const* t) override { Note("TextPath", d, Quoted(t)); }
-    void TextSize(int w, int h, char const* t) override { Note("TextSize", w, h, Quoted(t)); }
-    void DrawString(char const* t) override { Note("DrawString", Quoted(t)); }
+    void TextPath(double d, char const* t) override { Note("TextPath", d, std::quoted(t)); }
+    void TextSize(int w, int h, char const* t) override { Note("TextSize", w, h, std::quoted(t)); }
+    void DrawString(char const* t) override { Note("DrawString", std::quoted(t)); }
     void SetGRAMode(gra_mode_union m) override { Note("SetGRAMode", m.word); }
     void DrawOnScreen(bool on) override { Note("DrawOnScreen", on); }
 };
 
-// The second surface: 1000 base units to the pixel, and Y flipped as in a window, so that a
-// shape can be large on it and a negative height still counts by its magnitude.
+// The second surface, which converts: 1000 base units to the pixel, mirrored both ways, so
+// that a shape can be large on it and a negative answer counts by its magnitude.
 class ScaledSurface : public LogSurface {
 public:
-    int Scale2ScreenX(int32_t l) const override { return Note("Scale2ScreenX", l), l / 1000; }
+    int Scale2ScreenX(int32_t l) const override { return Note("Scale2ScreenX", l), -l / 1000; }
     int Scale2ScreenY(int32_t l) const override { return Note("Scale2ScreenY", l), -l / 1000; }
 };
 
@@ -149,65 +144,78 @@ Log Replay(CDynamic& dynamic, LogSurface& surface) {
     return framed ? Log(calls.begin() + 1, calls.end() - 1) : calls;
 }
 
+// A recorder with a logging target, the log emptied after the Install.
+struct OnSurface : testing::Test {
+    LogSurface surface;
+    CDynamic dynamic{&surface};
+    OnSurface() { surface.log.clear(); }
+};
+
 SYS_Point pts[] = {{0, 0}, {10, -5}, {3, 7}};
 uint32_t counts[] = {2, 1};
 
-// Calls that pass through unchanged: recorded and replayed, they give the calls drawn directly
-// on a surface, one by one.
-TEST(CDynamic, PassThroughCallsRecordAndReplayAsDrawn) {
-    auto frame = [](UI_DrawArea& area) {
-        area.SwitchPen(1, 250, 3), area.PenColor(4), area.PenSize(-4), area.PenCap(1);
-        area.FastMoveTo(SYS_Point(-SYS_COORD_LIMIT, 0)),
-            area.FastLineTo(SYS_Point(SYS_COORD_LIMIT, INT32_MIN));
-        area.DrawXorBox(SYS_Box(1, 2, 3, 4)), area.FastPaintOval(SYS_Box(5, 5, 1, 1));
-        area.FastFrameOval(SYS_Box(5, 5, 1, 1)), area.FastPolyLine(2, pts, 7, 8);
-        area.TextAlign(2, 1), area.TextExtra(-1), area.TextFace(7), area.DrawString("r\xFF"),
-            area.DrawString("");
-        area.SetGRAMode(gra_mode_union{0x80000001u}), area.DrawOnScreen(true), area.DrawOnScreen(false);
-    };
-    LogSurface direct, replayed;
-    frame(direct);
-    CDynamic dynamic;
-    frame(dynamic);
-    // clang-format off
-    EXPECT_EQ(dynamic.GetRecords(), (Words{10, 1, 250, 3, 0, 4, 1, -4, 8, 1,
-                                           11, -SYS_COORD_LIMIT, 0, 12, SYS_COORD_LIMIT, INT32_MIN,
-                                           2, 1, 2, 3, 4, 13, 5, 5, 1, 1, 15, 5, 5, 1, 1, 14, 7, 8, 2, 0, 0, 10, -5,
-                                           16, 2, 1, 17, -1, 18, 7, 21, 2, 'r', 255, 21, 0,
-                                           22, int32_t(0x80000001u), 23, 1, 23, 0}));
-    // clang-format on
-    EXPECT_EQ(Replay(dynamic, replayed), direct.log);
+// Calls that pass through unchanged.
+void PassThrough(UI_DrawArea& area) {
+    area.SwitchPen(1, 250, 3), area.PenColor(4), area.PenSize(-4), area.PenCap(1);
+    area.FastMoveTo(SYS_Point(-SYS_COORD_LIMIT, 0)), area.FastLineTo(SYS_Point(SYS_COORD_LIMIT, INT32_MIN));
+    area.DrawXorBox(SYS_Box(1, 2, 3, 4)), area.FastPaintOval(SYS_Box(5, 5, 1, 1));
+    area.FastFrameOval(SYS_Box(5, 5, 1, 1)), area.FastPolyLine(2, pts, 7, 8);
+    area.TextAlign(2, 1), area.TextExtra(-1), area.TextFace(7), area.DrawString("r\xFF"), area.DrawString("");
+    area.SetGRAMode(gra_mode_union{0x80000001u}), area.DrawOnScreen(true), area.DrawOnScreen(false);
 }
 
 struct RecordCase {
     char const* name;
     std::function<void(CDynamic&)> record;
     Words words;
-    Log replay; // on a LogSurface, where every shape is small
+    Log replay;     // on a ScaledSurface
+    SYS_Box bounds; // of a recorder without target
 };
 
 // clang-format off
 std::vector<RecordCase> const cases = {
+    {"an empty stream still reads the pen mode and puts it back", [](CDynamic&) {}, {}, {}, SYS_Box()},
+    {"calls that pass through replay as drawn directly", PassThrough,
+     {10, 1, 250, 3, 0, 4, 1, -4, 8, 1, 11, -SYS_COORD_LIMIT, 0, 12, SYS_COORD_LIMIT, INT32_MIN, 2, 1, 2, 3, 4,
+      13, 5, 5, 1, 1, 15, 5, 5, 1, 1, 14, 7, 8, 2, 0, 0, 10, -5, 16, 2, 1, 17, -1, 18, 7, 21, 2, 'r', 255, 21, 0,
+      22, int32_t(0x80000001u), 23, 1, 23, 0},
+     [] { LogSurface direct; PassThrough(direct); return direct.log; }(),
+     {-SYS_COORD_LIMIT, INT32_MIN, SYS_COORD_LIMIT, 4}}, // the ovals' inverted boxes as given
     {"xor box from points, kept inverted", [](CDynamic& d) { d.DrawXorBox(SYS_Point(5, 6), SYS_Point(1, 2)); },
-     {2, 5, 6, 1, 2}, {"DrawXorBox([5 6 1 2])"}},
+     {2, 5, 6, 1, 2}, {"DrawXorBox([5 6 1 2])"}, {5, 6, 1, 2}},
     {"xor box from an inverted box, ordered", [](CDynamic& d) { d.DrawXorBox(SYS_Box(5, 6, 1, 2)); },
-     {2, 1, 2, 5, 6}, {"DrawXorBox([1 2 5 6])"}},
-    {"small xor oval becomes its box", [](CDynamic& d) { d.DrawXorOval(SYS_Box(9000, 0, 0, 9000)); },
-     {3, 0, 0, 9000, 9000}, {"Scale2ScreenX(9000)", "Scale2ScreenY(9000)", "DrawXorBox([0 0 9000 9000])"}},
-    {"fill rect", [](CDynamic& d) { d.FillRect(SYS_Box(4, 4, 0, 0), 7); },
-     {4, 0, 0, 4, 4, 7}, {"PenMode(2)", "FillRect([0 0 4 4],7)"}},
-    {"xor texts count their terminator; null is empty",
-     [](CDynamic& d) { d.DrawXorText("a\xE9", 7, 8, 1, 2, 0), d.DrawXorText(nullptr, 0, 0, SYS_Point(3, 4), 0); },
+     {2, 1, 2, 5, 6}, {"DrawXorBox([1 2 5 6])"}, {1, 2, 5, 6}},
+    {"xor ovals: large when 2 by 2 pixels, else their boxes",
+     [](CDynamic& d) {
+         d.DrawXorOval(SYS_Box(2010, 2020, 10, 20)), d.DrawXorOval(SYS_Box(10, 20, 2009, 5020));
+         d.DrawXorOval(SYS_Box(10, 20, 5010, 1020));
+     },
+     {3, 10, 20, 2010, 2020, 3, 10, 20, 2009, 5020, 3, 10, 20, 5010, 1020},
+     {"Scale2ScreenX(2000)", "Scale2ScreenY(2000)", "PenMode(2)", "FastFrameOval([10 20 2010 2020])",
+      "Scale2ScreenX(1999)", "Scale2ScreenY(5000)", "DrawXorBox([10 20 2009 5020])",
+      "Scale2ScreenX(5000)", "Scale2ScreenY(1000)", "DrawXorBox([10 20 5010 1020])"}, {10, 20, 5010, 5020}},
+    {"fill rect", [](CDynamic& d) { d.FillRect(SYS_Box(4, 4, 1, 2), 7); },
+     {4, 1, 2, 4, 4, 7}, {"PenMode(2)", "FillRect([1 2 4 4],7)"}, {1, 2, 4, 4}},
+    {"xor texts count their terminator; null is empty; no target, no box",
+     [](CDynamic& d) {
+         EXPECT_EQ(d.DrawXorText("a\xE9", 7, 8, 1, 2, 0), SYS_Box());
+         d.DrawXorText(nullptr, 0, 0, SYS_Point(3, 4), 0);
+     },
      {5, 1, 2, 7, 8, 3, 97, 233, 0, 5, 3, 4, 0, 0, 1, 0},
-     {"DrawXorText(\"a\xE9\",7,8,(1 2),1)", "DrawXorText(\"\",0,0,(3 4),1)"}},
+     {"DrawXorText(\"a\xE9\",7,8,(1 2),1)", "DrawXorText(\"\",0,0,(3 4),1)"}, SYS_Box()},
     {"line", [](CDynamic& d) { d.DrawLine(SYS_Point(3, 4), SYS_Point(1, 2), 5, 6); },
-     {6, 3, 4, 1, 2, 5, 6}, {"PenMode(2)", "PenColor(6)", "PenSize(5)", "DrawLine((3 4),(1 2),5,6)"}},
-    {"small arc becomes its chord",
-     [](CDynamic& d) { d.DrawArc(SYS_Box(9000, 9000, 0, 0), SYS_Point(0, 50), SYS_Point(50, 0), 2, 9); },
-     {7, 0, 0, 9000, 9000, 0, 50, 50, 0, 2, 9}, {"PenMode(2)", "PenColor(9)", "PenSize(2)", "Scale2ScreenX(9000)",
-     "Scale2ScreenY(9000)", "DrawLine((0 50),(50 0),2,9)"}},
+     {6, 3, 4, 1, 2, 5, 6}, {"PenMode(2)", "PenColor(6)", "PenSize(5)", "DrawLine((3 4),(1 2),5,6)"}, {1, 2, 3, 4}},
+    {"arcs: large, and small as their chords",
+     [](CDynamic& d) {
+         d.DrawArc(SYS_Box(3010, 3020, 10, 20), SYS_Point(1, 0), SYS_Point(0, 1), 4, 5);
+         d.DrawArc(SYS_Box(10, 20, 3010, 1519), SYS_Point(1, 0), SYS_Point(0, 1), 4, 5);
+     },
+     {7, 10, 20, 3010, 3020, 1, 0, 0, 1, 4, 5, 7, 10, 20, 3010, 1519, 1, 0, 0, 1, 4, 5},
+     {"PenMode(2)", "PenColor(5)", "PenSize(4)", "Scale2ScreenX(3000)", "Scale2ScreenY(3000)",
+      "FastFrameArc([10 20 3010 3020],(1 0),(0 1))", "PenMode(2)", "PenColor(5)", "PenSize(4)",
+      "Scale2ScreenX(3000)", "Scale2ScreenY(1499)", "DrawLine((1 0),(0 1),4,5)"}, {10, 20, 3010, 3020}},
     {"poly-polyline", [](CDynamic& d) { d.FastPolyPolyline(pts, counts, 2); },
-     {9, 2, 2, 1, 0, 0, 10, -5, 3, 7}, {"FastPolyPolyline((0 0)(10 -5)(3 7),2 1,2)"}},
+     {9, 2, 2, 1, 0, 0, 10, -5, 3, 7}, {"FastPolyPolyline((0 0)(10 -5)(3 7),2 1,2)"}, {0, -5, 10, 7}},
     {"poly-polylines of empty lines, of no lines, of -3 (not replayed), without counts",
      [](CDynamic& d) {
          uint32_t const none[] = {0, 0};
@@ -215,28 +223,33 @@ std::vector<RecordCase> const cases = {
          d.FastPolyPolyline(pts, static_cast<uint32_t const*>(nullptr), 2);
      },
      {9, 2, 0, 0, 9, 0, 9, -3, 9, 0},
-     {"FastPolyPolyline(,0 0,2)", "FastPolyPolyline(,,0)", "FastPolyPolyline(,,0)"}},
-    {"polylines of no points, of -1 (not replayed), without points",
-     [](CDynamic& d) { d.FastPolyLine(0, pts, 7, 8), d.FastPolyLine(-1, pts, 7, 8), d.FastPolyLine(4, nullptr, 7, 8); },
-     {14, 7, 8, 0, 14, 7, 8, -1, 14, 7, 8, 0}, {"FastPolyLine(0,,7,8)", "FastPolyLine(0,,7,8)"}},
-    {"text path of -1 degree", [](CDynamic& d) { d.TextPath(-1800000.0); }, {19, 3590000}, {"TextPath(359,\"\")"}},
-    {"text size", [](CDynamic& d) { d.TextSize(10, 20); }, {20, 10, 20}, {"TextSize(10,20,\"\")"}},
-    {"null string", [](CDynamic& d) { d.DrawString(nullptr); }, {21, 0}, {"DrawString(\"\")"}},
+     {"FastPolyPolyline(,0 0,2)", "FastPolyPolyline(,,0)", "FastPolyPolyline(,,0)"}, SYS_Box()},
+    {"polylines (never a box) of 3 points, of none, of -1 (not replayed), without points",
+     [](CDynamic& d) {
+         d.FastPolyLine(3, pts, 7, 8), d.FastPolyLine(0, pts, 7, 8), d.FastPolyLine(-1, pts, 7, 8);
+         d.FastPolyLine(4, nullptr, 7, 8);
+     },
+     {14, 7, 8, 3, 0, 0, 10, -5, 3, 7, 14, 7, 8, 0, 14, 7, 8, -1, 14, 7, 8, 0},
+     {"FastPolyLine(3,(0 0)(10 -5)(3 7),7,8)", "FastPolyLine(0,,7,8)", "FastPolyLine(0,,7,8)"}, SYS_Box()},
+    {"text size and a null string", [](CDynamic& d) { d.TextSize(10, 20), d.DrawString(nullptr); },
+     {20, 10, 20, 21, 0}, {"TextSize(10,20,\"\")", "DrawString(\"\")"}, SYS_Box()},
 };
 // clang-format on
 
 // Each case alone, then all in one stream: the stream is the records back to back and its
-// replay their replays in order, so no record's length is misread.
+// replay their replays in order, so no record's length is misread and the exclusive-or mode
+// that a shape sets stays for the records after it.
 TEST(CDynamic, RecordsAndTheirReplays) {
     CDynamic all;
     Words allWords;
     Log allReplay;
-    LogSurface surface;
+    ScaledSurface surface;
     for (RecordCase const& c : cases) {
         SCOPED_TRACE(c.name);
         CDynamic one;
         c.record(one);
         EXPECT_EQ(one.GetRecords(), c.words);
+        EXPECT_EQ(one.GetBounds(), c.bounds);
         EXPECT_EQ(Replay(one, surface), c.replay);
         c.record(all);
         allWords.insert(allWords.end(), c.words.begin(), c.words.end());
@@ -247,65 +260,39 @@ TEST(CDynamic, RecordsAndTheirReplays) {
     EXPECT_EQ(Replay(all, surface), allReplay) << "a replay leaves the stream as it was";
 }
 
-// Sequences of steps, each with the bounds it leaves; the names say what a step shows.
+// Steps on one recorder, each with the bounds it leaves.
 TEST(CDynamic, BoundsGrowByTheirRule) {
-    struct Step {
-        char const* name;
-        std::function<void(CDynamic&)> draw;
-        SYS_Box bounds;
-    };
     auto line = [](int x1, int y1, int x2, int y2) {
         return [=](CDynamic& d) { d.DrawLine(SYS_Point(x1, y1), SYS_Point(x2, y2), 1, 1); };
     };
+    auto reset = [](CDynamic& d) { d.Reset(); };
     // clang-format off
-    std::vector<std::vector<Step>> const sequences = {
-        {{"a first box replaces the zero box", [](CDynamic& d) { d.FillRect(SYS_Box(20, 20, 10, 10), 1); }, {10, 10, 20, 20}},
-         {"a later one combines", line(30, 0, 25, 15), {10, 0, 30, 20}}},
-        {{"a zero-length line is a point", line(5, 5, 5, 5), {5, 5, 5, 5}},
-         {"which the next box replaces", [](CDynamic& d) { d.DrawXorOval(SYS_Box(10, 10, 20, 20)); }, {10, 10, 20, 20}}},
-        {{"a horizontal line is no point", line(0, 5, 10, 5), {0, 5, 10, 5}},
-         {"so the next box combines with it", [](CDynamic& d) { d.FastPaintOval(SYS_Box(20, 20, 30, 30)); }, {0, 5, 30, 30}}},
-        {{"points as given, unordered", [](CDynamic& d) { d.DrawXorBox(SYS_Point(5, 6), SYS_Point(1, 2)); }, {5, 6, 1, 2}},
-         {"each edge combines by itself", [](CDynamic& d) { d.FastFrameOval(SYS_Box(0, 0, 1, 1)); }, {0, 0, 1, 2}}},
-        {{"polyline, string, move and colour add nothing",
-          [](CDynamic& d) { d.FastPolyLine(3, pts, 0, 0), d.DrawString("far"), d.FastMoveTo({-9, -9}), d.PenColor(1); },
-          SYS_Box()},
-         {"all points of a poly-polyline", [](CDynamic& d) { d.FastPolyPolyline(pts, counts, 2); }, {0, -5, 10, 7}},
-         {"an arc adds its box, ordered",
-          [](CDynamic& d) { d.DrawArc(SYS_Box(40, 40, 30, 30), SYS_Point(), SYS_Point(), 1, 1); }, {0, -5, 40, 40}}},
-        {{"a line before any move covers its end alone", [](CDynamic& d) { d.FastLineTo(SYS_Point(7, 8)); }, {7, 8, 7, 8}},
-         {"and goes on from there", [](CDynamic& d) { d.FastLineTo(SYS_Point(9, 6)); }, {7, 6, 9, 8}}},
-        {{"a text without target adds nothing",
-          [](CDynamic& d) { EXPECT_EQ(d.DrawXorText("abc", 0, 0, 5, 5, 1), SYS_Box()); }, SYS_Box()},
-         {"a box after it", [](CDynamic& d) { d.DrawXorBox(SYS_Box(1, 1, 2, 2)); }, {1, 1, 2, 2}},
-         {"clear without target keeps it", [](CDynamic& d) { d.Clear(); }, {1, 1, 2, 2}},
-         {"reset empties it", [](CDynamic& d) { d.Reset(); }, SYS_Box()}},
+    std::tuple<char const*, std::function<void(CDynamic&)>, SYS_Box> const steps[] = {
+        {"a line before any move covers its end alone", [](CDynamic& d) { d.FastLineTo(SYS_Point(7, 8)); }, {7, 8, 7, 8}},
+        {"and goes on from there", [](CDynamic& d) { d.FastLineTo(SYS_Point(9, 6)); }, {7, 6, 9, 8}},
+        {"reset empties them", reset, SYS_Box()},
+        {"a first box", [](CDynamic& d) { d.FillRect(SYS_Box(20, 20, 10, 10), 1); }, {10, 10, 20, 20}},
+        {"a later one combines", line(30, 0, 25, 15), {10, 0, 30, 20}},
+        {"clear without target keeps them", [](CDynamic& d) { d.Clear(); }, {10, 0, 30, 20}},
+        {"a zero-length line is a point", [&](CDynamic& d) { reset(d), line(5, 5, 5, 5)(d); }, {5, 5, 5, 5}},
+        {"which the next box replaces", [](CDynamic& d) { d.DrawXorOval(SYS_Box(10, 10, 20, 20)); }, {10, 10, 20, 20}},
+        {"a horizontal line is no point", [&](CDynamic& d) { reset(d), line(0, 5, 10, 5)(d); }, {0, 5, 10, 5}},
+        {"so the next box combines with it", [](CDynamic& d) { d.FastPaintOval(SYS_Box(20, 20, 30, 30)); }, {0, 5, 30, 30}},
     };
     // clang-format on
-    for (auto const& steps : sequences) {
-        CDynamic dynamic;
-        for (Step const& step : steps) {
-            step.draw(dynamic);
-            EXPECT_EQ(dynamic.GetBounds(), step.bounds) << step.name;
-        }
+    CDynamic dynamic;
+    for (auto const& [name, draw, bounds] : steps) {
+        draw(dynamic);
+        EXPECT_EQ(dynamic.GetBounds(), bounds) << name;
     }
-
-    // With a target, a text is measured there (flag 0, nothing drawn) and its box added.
-    LogSurface surface;
-    CDynamic dynamic(&surface);
-    dynamic.DrawXorBox(SYS_Box(0, 0, 5, 5));
-    surface.log.clear();
-    EXPECT_EQ(dynamic.DrawXorText("abc", 7, 8, SYS_Point(100, 200), 1), SYS_Box(100, 200, 130, 220));
-    EXPECT_EQ(surface.log, Log{"DrawXorText(\"abc\",7,8,100,200,0)"});
-    EXPECT_EQ(dynamic.GetBounds(), SYS_Box(0, 0, 130, 220));
 }
 
 TEST(CDynamic, TextPathReducesToOneTurn) {
     double const nan = std::numeric_limits<double>::quiet_NaN(),
                  inf = std::numeric_limits<double>::infinity();
     // clang-format off
-    std::pair<double, int32_t> const cases[] = {{1800000.0, 10000}, {-1.0, 3599999}, {648000000.0, 0},
-        {-648000000.0 * 3, 0}, {2147483647.0, 1130464}, {1e30, 1600000}, {nan, 0}, {inf, 0}, {-inf, 0}};
+    std::pair<double, int32_t> const cases[] = {{1800000.0, 10000}, {-1800000.0, 3590000}, {-1.0, 3599999},
+        {648000000.0, 0}, {-648000000.0 * 3, 0}, {2147483647.0, 1130464}, {1e30, 1600000}, {nan, 0}, {inf, 0}, {-inf, 0}};
     // clang-format on
     for (auto const& c : cases) {
         CDynamic dynamic;
@@ -322,34 +309,37 @@ TEST(CDynamic, TextPathReducesToOneTurn) {
             << dynamic.GetRecords()[i];
 }
 
-TEST(CDynamic, BatchesShowAndRemoveFrames) {
-    LogSurface surface;
-    CDynamic dynamic(&surface);
-    surface.log.clear();
-    dynamic.EndBatchDraw();
-    EXPECT_TRUE(surface.log.empty()) << "no batch to end";
+// With a target, a text is measured there (flag 0, nothing drawn) and its box added.
+TEST_F(OnSurface, BatchesShowAndRemoveFramesAndTextsAreMeasured) {
+    dynamic.EndBatchDraw(); // no batch to end
     dynamic.StartBatchDraw(), dynamic.StartBatchDraw();
     dynamic.FillRect(SYS_Box(1, 2, 3, 4), 5);
+    EXPECT_EQ(dynamic.DrawXorText("abc", 7, 8, SYS_Point(100, 200), 1), SYS_Box(100, 200, 130, 220));
     dynamic.EndBatchDraw(), dynamic.EndBatchDraw(), dynamic.EndBatchDraw();
     EXPECT_EQ(dynamic.GetBatchDepth(), 0);
     dynamic.StartBatchDraw();
-    // The size of the stream, the bounds and the show flag, as the surface received them.
+    // The size of the stream, the bounds and the show flag, as the surface received them: a
+    // frame is taken off with its stream still in place.
     EXPECT_EQ(surface.log, (Log{"RedrawDynamic(0,[0 0 0 0],0)", "RedrawDynamic(0,[0 0 0 0],0)",
-                                "RedrawDynamic(6,[1 2 3 4],1)", "RedrawDynamic(6,[1 2 3 4],1)",
-                                "RedrawDynamic(6,[1 2 3 4],0)"}))
-        << "a frame is taken off with its stream still in place";
+                                "DrawXorText(\"abc\",7,8,100,200,0)", "RedrawDynamic(16,[1 2 130 220],1)",
+                                "RedrawDynamic(16,[1 2 130 220],1)", "RedrawDynamic(16,[1 2 130 220],0)"}));
     EXPECT_TRUE(dynamic.GetRecords().empty());
     EXPECT_EQ(dynamic.GetBounds(), SYS_Box());
 }
 
-TEST(CDynamic, NotificationsReplayDropTheTargetAndClear) {
-    LogSurface surface;
-    CDynamic dynamic(&surface);
+TEST_F(OnSurface, NotificationsReplayDropTheTargetAndClear) {
     SCC_Event<UI_DrawArea::RedrawBlock> chain;
     chain.Add(&dynamic);
+    // Look-alikes of recording operations, which neither draw nor record; the pen mode is 0.
+    int const n[] = {1};
+    SYS_Box box(1, 2, 3, 4);
+    dynamic.PenMode(2);
+    EXPECT_EQ(dynamic.GetPenMode(), 0);
+    dynamic.TextPath(90.0, "x"), dynamic.TextSize(1, 2, "x"), dynamic.FastPolyPolyline(pts, n, 1);
+    dynamic.FastPaintOval(pts[0], 3, 4), dynamic.InvalidateRect(&box), dynamic.EndScreenDraw();
+
     UI_DrawArea::RedrawBlock block;
     dynamic.PenColor(1);
-    surface.log.clear();
     chain.Notify(0, &block), chain.Notify(1, &block);
     for (int code : {4, -1, 99})
         EXPECT_EQ(dynamic.OnNotification(code, &block), 0);
@@ -362,7 +352,6 @@ TEST(CDynamic, NotificationsReplayDropTheTargetAndClear) {
     dynamic.StartBatchDraw();
     dynamic.PenColor(2);
     chain.Notify(2, nullptr);
-    EXPECT_EQ(dynamic.GetDrawArea(), nullptr);
     surface.log.clear();
     dynamic.EndBatchDraw();
     EXPECT_EQ(dynamic.GetBatchDepth(), 1) << "the depth stays without a target";
@@ -373,77 +362,11 @@ TEST(CDynamic, NotificationsReplayDropTheTargetAndClear) {
     EXPECT_TRUE(surface.log.empty());
     EXPECT_FALSE(dynamic.IsFlushing());
 
-    // A target again: Install tells it, SetDrawArea does not; Install(null) changes nothing.
-    dynamic.SetDrawArea(&surface);
-    dynamic.Install(nullptr);
+    // Install(null) keeps the target; Install tells the new one (SetDrawArea, as Replay shows, does not).
+    dynamic.SetDrawArea(&surface), dynamic.Install(nullptr);
     EXPECT_EQ(dynamic.GetDrawArea(), &surface);
-    dynamic.Install(&surface);
-    dynamic.StartScreenDraw();
+    dynamic.Install(&surface), dynamic.StartScreenDraw();
     EXPECT_EQ(surface.log, (Log{"InstallDynamic()", "StartScreenDraw()"}));
-
-    // The look-alikes of recording operations neither draw nor record, and the pen mode is 0.
-    surface.log.clear();
-    dynamic.Reset();
-    int const n[] = {1};
-    SYS_Box box(1, 2, 3, 4);
-    dynamic.PenMode(2);
-    EXPECT_EQ(dynamic.GetPenMode(), 0);
-    dynamic.TextPath(90.0, "x"), dynamic.TextSize(1, 2, "x"), dynamic.FastPolyPolyline(pts, n, 1);
-    dynamic.FastPaintOval(pts[0], 3, 4), dynamic.InvalidateRect(&box), dynamic.EndScreenDraw();
-    EXPECT_EQ(dynamic.Scale2ScreenX(100000), 1) << "the recorder converts nothing itself";
-    EXPECT_TRUE(surface.log.empty());
-    EXPECT_TRUE(dynamic.GetRecords().empty());
-    EXPECT_EQ(dynamic.GetBounds(), SYS_Box());
-}
-
-// Both branches of the size test, and the pen mode that the replay leaves to later records.
-TEST(CDynamic, SizeTestAndPenModes) {
-    CDynamic dynamic;
-    dynamic.DrawXorOval(SYS_Box(0, 0, 2000, 2000)); // 2 by 2 pixels: large
-    dynamic.DrawXorOval(SYS_Box(0, 0, 1999, 5000)); // 1 pixel wide: small
-    dynamic.DrawXorOval(SYS_Box(0, 0, 5000, 1000)); // 1 pixel high: small
-    dynamic.DrawArc(SYS_Box(0, 0, 3000, 3000), SYS_Point(1, 0), SYS_Point(0, 1), 4, 5);
-    dynamic.DrawArc(SYS_Box(0, 0, 3000, 1500), SYS_Point(1, 0), SYS_Point(0, 1), 4, 5);
-    dynamic.FastLineTo(SYS_Point(9, 9));
-    ScaledSurface scaled;
-    // clang-format off
-    EXPECT_EQ(Replay(dynamic, scaled), (Log{
-        "Scale2ScreenX(2000)", "Scale2ScreenY(2000)", "PenMode(2)", "FastFrameOval([0 0 2000 2000])",
-        "Scale2ScreenX(1999)", "Scale2ScreenY(5000)", "DrawXorBox([0 0 1999 5000])",
-        "Scale2ScreenX(5000)", "Scale2ScreenY(1000)", "DrawXorBox([0 0 5000 1000])",
-        "PenMode(2)", "PenColor(5)", "PenSize(4)", "Scale2ScreenX(3000)", "Scale2ScreenY(3000)",
-        "FastFrameArc([0 0 3000 3000],(1 0),(0 1))",
-        "PenMode(2)", "PenColor(5)", "PenSize(4)", "Scale2ScreenX(3000)", "Scale2ScreenY(1500)",
-        "DrawLine((1 0),(0 1),4,5)", "FastLineTo((9 9))"}))
-        << "the last line goes in the exclusive-or mode that the arc left";
-    // clang-format on
-
-    // On a surface that converts nothing every oval is small, however large.
-    CDynamic huge;
-    huge.DrawXorOval(SYS_Box(-SYS_COORD_LIMIT, -SYS_COORD_LIMIT, SYS_COORD_LIMIT, SYS_COORD_LIMIT));
-    LogSurface plain;
-    EXPECT_EQ(Replay(huge, plain).back(), "DrawXorBox([-1066800000 -1066800000 1066800000 1066800000])");
-
-    // An empty stream reads the mode and puts it back; a replay without target calls nothing.
-    CDynamic empty;
-    EXPECT_TRUE(Replay(empty, plain).empty());
-    empty.SetDrawArea(nullptr);
-    empty.OnNotification(1, nullptr);
-    EXPECT_FALSE(empty.IsFlushing());
-}
-
-TEST(CDynamic, LongTextsReplayWhole) {
-    for (size_t length : {1023u, 1024u, 5000u}) {
-        std::string text(length, 'x');
-        text.back() = 'y';
-        CDynamic dynamic;
-        dynamic.DrawXorText(text.c_str(), 1, 2, 3, 4, 0);
-        dynamic.DrawString(text.c_str());
-        LogSurface surface;
-        EXPECT_EQ(Replay(dynamic, surface),
-                  (Log{"DrawXorText(\"" + text + "\",1,2,(3 4),1)", "DrawString(\"" + text + "\")"}))
-            << length;
-    }
 }
 
 // A recorder whose stream a test can write, as only a damaged stream would look.
@@ -470,9 +393,7 @@ TEST(CDynamic, DamagedStreamsReplayWithinBounds) {
 }
 
 // The target may call back into the recorder while the recorder replays onto it.
-TEST(CDynamic, ReplayUnderChange) {
-    LogSurface surface;
-    CDynamic dynamic(&surface);
+TEST_F(OnSurface, ReplayUnderChange) {
     auto replayWith = [&](std::string const& at, std::function<void()> action) {
         surface.log.clear();
         surface.onCall = [&](std::string const& call) {
@@ -486,7 +407,6 @@ TEST(CDynamic, ReplayUnderChange) {
     EXPECT_EQ(replayWith("PenColor(1)", [&] { dynamic.TextFace(3); }),
               (Log{"GetPenMode()", "PenColor(1)", "PenColor(2)", "TextFace(3)", "PenMode(5)"}))
         << "a record made during the walk is reached";
-    EXPECT_FALSE(dynamic.IsFlushing());
     EXPECT_EQ(replayWith("PenColor(1)", [&] { dynamic.Reset(); }),
               (Log{"GetPenMode()", "PenColor(1)", "PenMode(5)"}))
         << "the walk ends with the stream";
@@ -494,6 +414,11 @@ TEST(CDynamic, ReplayUnderChange) {
     EXPECT_EQ(replayWith("PenColor(1)", [&] { dynamic.OnNotification(2, nullptr); }),
               (Log{"GetPenMode()", "PenColor(1)"}))
         << "a dropped target hears nothing more, not even the restore";
+    LogSurface other;
+    dynamic.SetDrawArea(&surface);
+    EXPECT_EQ(replayWith("PenColor(1)", [&] { dynamic.SetDrawArea(&other); }),
+              (Log{"GetPenMode()", "PenColor(1)"}));
+    EXPECT_TRUE(other.log.empty()) << "nor does the new target hear the rest of the walk";
 
     // A replay inside a replay runs whole, and the points that the outer one handed to the
     // surface survive it, though the inner one replays a larger polyline.
@@ -518,43 +443,46 @@ TEST(CDynamic, ReplayUnderChange) {
     EXPECT_FALSE(dynamic.IsFlushing());
 }
 
-TEST(CDynamic, RecordsGoInWholeOrNotAtAll) {
+// A record goes in whole or not at all; a text of any length replays whole; emptying keeps
+// the memory, so that the next frame appends without allocating.
+TEST(CDynamic, LongTexts) {
+    std::string const text = std::string(5000, 'x') + 'y';
     CDynamic dynamic;
     dynamic.PenColor(1);
-    std::string const text(dynamic.GetRecords().capacity() * 2, 'z'); // the stream must grow for it
-    g_failNextAllocation = true;
+    g_failNextAllocation = true; // the stream must grow for the text
     EXPECT_THROW(dynamic.DrawString(text.c_str()), std::bad_alloc);
     g_failNextAllocation = false;
     EXPECT_EQ(dynamic.GetRecords(), (Words{0, 1}));
-    dynamic.DrawString(text.c_str());
-    EXPECT_EQ(dynamic.GetRecords().size(), 2 + 2 + text.size());
-
-    // Emptying keeps the memory: the next frame appends without allocating.
+    LogSurface surface;
+    for (std::string const& t : {text.substr(text.size() - 1024), text}) {
+        dynamic.Reset();
+        dynamic.DrawXorText(t.c_str(), 1, 2, 3, 4, 0), dynamic.DrawString(t.c_str());
+        EXPECT_EQ(Replay(dynamic, surface),
+                  (Log{"DrawXorText(\"" + t + "\",1,2,(3 4),1)", "DrawString(\"" + t + "\")"}))
+            << t.size();
+    }
     dynamic.Reset();
     g_failNextAllocation = true;
     dynamic.DrawString(text.c_str());
     EXPECT_TRUE(std::exchange(g_failNextAllocation, false)) << "no allocation";
 }
 
-TEST(CDynamic, CopiesAndTheRedrawChain) {
-    LogSurface surface;
-    CDynamic source(&surface);
+TEST_F(OnSurface, CopiesAndTheRedrawChain) {
     SCC_Event<UI_DrawArea::RedrawBlock> chain;
-    chain.Add(&source);
-    source.StartBatchDraw();
-    source.FastMoveTo(SYS_Point(1, 1));
-    source.PenColor(1);
+    chain.Add(&dynamic);
+    dynamic.StartBatchDraw();
+    dynamic.FastMoveTo(SYS_Point(1, 1));
+    dynamic.PenColor(1);
 
-    CDynamic copy(source);
+    CDynamic copy(dynamic);
     EXPECT_EQ(copy.GetRoot(), nullptr) << "a copy starts out of the chain";
-    EXPECT_EQ(copy.GetRecords(), source.GetRecords());
-    EXPECT_EQ(copy.GetDrawArea(), &surface);
-    EXPECT_EQ(copy.GetBatchDepth(), 1);
+    EXPECT_TRUE(copy.GetRecords() == dynamic.GetRecords() && copy.GetDrawArea() == &surface &&
+                copy.GetBatchDepth() == 1);
     copy.FastLineTo(SYS_Point(3, 3));
     EXPECT_EQ(copy.GetBounds(), SYS_Box(1, 1, 3, 3)) << "the current point is copied too";
 
     CDynamic assigned;
-    assigned = source;
+    assigned = dynamic;
     EXPECT_EQ(assigned.GetBatchDepth(), 1);
     assigned.Reset();
     assigned.PenColor(2);
