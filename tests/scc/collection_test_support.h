@@ -35,15 +35,6 @@ struct Source {
     void Notify(int code, int handle) { notifier.Notify(code, mortar::HandleToData(handle)); }
 };
 
-// The source whose keys ByKey reads; each test points it at its own.
-inline Source* g_Keys = nullptr;
-
-inline int ByKey(int const& a, int const& b) {
-    int const ka = g_Keys->key[a];
-    int const kb = g_Keys->key[b];
-    return (ka > kb) - (ka < kb);
-}
-
 class Collection : public SCC_StdCollection {
 public:
     explicit Collection(Source* source, SCC_StdCollection* parent = nullptr)
@@ -79,29 +70,20 @@ private:
     }
 };
 
-// Records (code, handle) of each notification, with the collection's slider then.
-class Listener : public SCC_EventNode<int> {
-public:
-    explicit Listener(SCC_StdCollection* collection = nullptr) : m_Collection(collection) {
+// Records (code, handle) of each notification, then runs onHear.
+struct Listener : SCC_EventNode<int> {
+    explicit Listener(SCC_StdCollection* collection = nullptr) {
         if (collection) collection->SetNotificationHandler(this);
     }
     int OnNotification(int code, int* data) override {
         heard.emplace_back(code, mortar::DataToHandle(data));
-        if (m_Collection) sliders.push_back(m_Collection->GetSlider());
-        if (onHear) onHear(code, mortar::DataToHandle(data));
+        if (onHear) onHear(code, heard.back().second);
         return 0;
     }
-    Heard Take() {
-        sliders.clear();
-        return std::exchange(heard, {});
-    }
+    Heard Take() { return std::exchange(heard, {}); }
 
     Heard heard;
-    std::vector<int> sliders;
     std::function<void(int, int)> onHear;
-
-private:
-    SCC_StdCollection* m_Collection;
 };
 
 } // namespace colltest
