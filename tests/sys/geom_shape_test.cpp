@@ -20,43 +20,37 @@ std::string Show(SYS_Box const& b) {
 
 SYS_Box const kUnset(SYS_COORD_LIMIT, SYS_COORD_LIMIT, -SYS_COORD_LIMIT, -SYS_COORD_LIMIT);
 
-TEST(Box, StatesAndEdits) {
+TEST(Box, StatedChoices) {
     EXPECT_TRUE(SYS_Box(0, 0, 0, 5).IsValid() && SYS_Box(0, 0, 0, 5).IsEmpty());
     EXPECT_FALSE(SYS_Box(5, 5, 0, 0).IsValid() || SYS_Box(5, 5, 0, 0).IsEmpty() || kUnset.IsValid());
-    EXPECT_EQ(SYS_Box(SYS_Point(10, 10), -5), SYS_Box(5, 5, 10, 10));
     SYS_Box b(0, 0, 10, 10);
     b.Expand(-6); // shrunk past the middle, then normalised
-    EXPECT_EQ(b, SYS_Box(4, 4, 6, 6));
-    EXPECT_EQ(SYS_Box(-3, -3, 0, 0).GetCenter(), SYS_Point(-1, -1));              // truncated toward zero
-    EXPECT_EQ(SYS_Box(INT32_MAX, 0, INT32_MAX, 2).GetCenter(), SYS_Point(-1, 1)); // the sum wraps
+    EXPECT_TRUE(b == SYS_Box(4, 4, 6, 6) && SYS_Box(SYS_Point(10, 10), -5) == SYS_Box(5, 5, 10, 10));
+    // The centre sums wrap and the halves truncate toward zero.
+    EXPECT_TRUE(SYS_Box(-3, -3, 0, 0).GetCenter() == SYS_Point(-1, -1) &&
+                SYS_Box(INT32_MAX, 0, INT32_MAX, 2).GetCenter() == SYS_Point(-1, 1));
     b.Set(0, 0, 5, 3);
     b.SetCenter(SYS_Point(-10, 10));
     EXPECT_EQ(b, SYS_Box(-12, 9, -7, 12)); // width 5 and height 3 kept
     b.Set(2, 2, 4, 4);
     EXPECT_TRUE(b.IsInclude(SYS_Point(2, 2)) && b.IsInclude(SYS_Point(4, 4)));
     EXPECT_FALSE(b.IsInclude(SYS_Point(5, 3)) || SYS_Box(4, 4, 2, 2).IsInclude(SYS_Point(3, 3)));
-
-    // The corners are references to the stored fields.
-    SYS_Point const& ll = b.GetLowerLeft();
+    SYS_Point const& ll = b.GetLowerLeft(); // a reference to the stored fields
     b.SetLeft(-7);
     b.Move(SYS_Point(1, 1));
     EXPECT_TRUE(ll == SYS_Point(-6, 3) && b.GetUpperRight() == SYS_Point(5, 5));
-}
 
-TEST(Box, CombineAndIntersection) {
-    SYS_Box b = kUnset;
+    b = kUnset;
     for (SYS_Box const& next : {kUnset, SYS_Box(1, 2, 3, 4), kUnset, SYS_Box(-5, 3, 2, 9)}) b.Combine(next);
-    EXPECT_EQ(b, SYS_Box(-5, 2, 3, 9));
     SYS_Box zero;
     zero.Combine(SYS_Box(10, 10, 20, 20)); // the zero box is a box like any other
-    EXPECT_EQ(zero, SYS_Box(0, 0, 20, 20));
+    EXPECT_TRUE(b == SYS_Box(-5, 2, 3, 9) && zero == SYS_Box(0, 0, 20, 20));
 
     struct Case { SYS_Box a, b; int result; SYS_Box expected; } const cases[] = {
         {{0, 0, 10, 10}, {5, -5, 15, 5}, 1, {5, 0, 10, 5}},
         {{0, 0, 10, 10}, {10, 0, 20, 10}, 0, {10, 0, 10, 10}},   // touching
         {{0, 0, 10, 10}, {20, 20, 30, 30}, 0, {10, 20, 10, 10}}, // apart: left drops, Y stays inverted
-        {{0, 0, 10, 10}, {0, 20, 10, 30}, 0, {0, 10, 10, 10}},   // apart in Y only: lower drops
-    };
+        {{0, 0, 10, 10}, {0, 20, 10, 30}, 0, {0, 10, 10, 10}}};  // apart in Y only: lower drops
     for (auto const& c : cases) {
         SYS_Box r(99, 99, 99, 99);
         EXPECT_EQ(r.SetAsIntersection(c.a, c.b), c.result) << Show(c.b);
@@ -73,8 +67,6 @@ TEST(Box, ClipByHand) {
         {"apart, split at the clip's edge", {5, 20, 15, 30}, {0, 0, 10, 10}, "(0, 0, 5, 10)(5, 0, 10, 10)"},
         {"zero-size clip inside", {5, 5, 5, 5}, {0, 0, 10, 10}, "(0, 0, 5, 10)(5, 0, 10, 10)"},
         {"corner overlap", {3, 3, 7, 7}, {0, 0, 5, 5}, "(0, 0, 3, 5)(3, 0, 5, 3)"},
-        {"itself", {1, 2, 3, 4}, {1, 2, 3, 4}, ""},
-        {"b of zero width", {0, 0, 1, 1}, {5, 0, 5, 9}, ""},
         {"near the 32-bit limits", {-5, -5, 5, 5}, {INT32_MIN, INT32_MIN, INT32_MAX, 0},
          "(-2147483648, -2147483648, -5, 0)(-5, -2147483648, 5, -5)(5, -2147483648, 2147483647, 0)"}};
     for (auto const& c : cases) {
@@ -82,8 +74,7 @@ TEST(Box, ClipByHand) {
         int const n = c.clip.Clip(c.b, out);
         std::string got;
         for (int i = 0; i < n; ++i) got += Show(out[i]);
-        EXPECT_EQ(got, c.pieces) << c.name;
-        EXPECT_EQ(c.clip.Clip(c.b, nullptr), n) << c.name;
+        EXPECT_TRUE(got == c.pieces && c.clip.Clip(c.b, nullptr) == n) << c.name << ": " << got;
     }
 }
 
@@ -115,29 +106,29 @@ TEST(Box, ClipCoversExactlyWithoutOverlap) {
 
 TEST(Curves, SegmentCircleAndArcValues) {
     SYS_Segment const s(4, 6, 1, 2);
-    EXPECT_TRUE(s[0] == SYS_Point(4, 6) && s[5] == SYS_Point(1, 2) && s.GetLength() == 5.0);
-    EXPECT_EQ(s.GetBox(), SYS_Box(1, 2, 4, 6));
+    EXPECT_TRUE(s[0] == SYS_Point(4, 6) && s[5] == SYS_Point(1, 2) && s.GetLength() == 5.0 &&
+                s.GetBox() == SYS_Box(1, 2, 4, 6));
     EXPECT_EQ(SYS_Circle(1, 1, -5).GetBox(), SYS_Box(6, 6, -4, -4)); // a negative radius inverts
 
     SYS_Arc quarter(SYS_Point(10, 0), SYS_Point(0, 10), SYS_Point(0, 0), 10);
-    EXPECT_EQ(quarter.GetSizeAngle(), 162000000);
-    EXPECT_DOUBLE_EQ(quarter.GetLength(), 5 * mortar::kPi);
+    EXPECT_TRUE(quarter.GetSizeAngle() == 162000000 && quarter.GetLength() == 5 * mortar::kPi);
     quarter.SetRadius(-10); // clockwise: the long way round
-    EXPECT_EQ(quarter.GetSizeAngle(), -486000000);
-    EXPECT_DOUBLE_EQ(quarter.GetLength(), 15 * mortar::kPi);
+    EXPECT_TRUE(quarter.GetSizeAngle() == -486000000 && quarter.GetLength() == 15 * mortar::kPi);
     SYS_Arc tiny(SYS_Point(1000000000, 97), SYS_Point(1000000000, 49), SYS_Point(0, 0), 1000000000);
     ASSERT_TRUE(tiny.GetStartAngle() == 10 && tiny.GetEndAngle() == 5);
     EXPECT_EQ(tiny.GetSizeAngle(), 647999995); // the long way round
     tiny.SetRadius(-1000000000);
     EXPECT_EQ(tiny.GetSizeAngle(), -5);
-    SYS_Arc const full(SYS_Point(3, 4), SYS_Point(3, 4), SYS_Point(0, 0), 5);
+    SYS_Arc full(SYS_Point(3, 4), SYS_Point(3, 4), SYS_Point(0, 0), 5);
+    EXPECT_TRUE(full.GetSizeAngle() == 0 && full.GetLength() == 0.0);
+    full.SetRadius(-5);
     EXPECT_TRUE(full.GetSizeAngle() == 0 && full.GetLength() == 0.0);
 
     // The tolerance is one square unit: r^2 + 1 and r^2 - 1 pass, r^2 + 2 does not.
-    EXPECT_EQ(SYS_Arc(SYS_Point(5, 1), SYS_Point(3, 4), SYS_Point(0, 0), 5).IsValidArc(), 1);
-    EXPECT_EQ(SYS_Arc(SYS_Point(2, 2), SYS_Point(3, 0), SYS_Point(0, 0), -3).IsValidArc(), 1);
-    EXPECT_EQ(SYS_Arc(SYS_Point(4, 1), SYS_Point(3, 3), SYS_Point(0, 0), 4).IsValidArc(), 0);
-    EXPECT_EQ(SYS_Arc(SYS_Point(3, 4), SYS_Point(3, 4), SYS_Point(INT32_MIN, 0), 5).IsValidArc(), 0);
+    EXPECT_TRUE(SYS_Arc(SYS_Point(5, 1), SYS_Point(3, 4), SYS_Point(0, 0), 5).IsValidArc() &&
+                SYS_Arc(SYS_Point(2, 2), SYS_Point(3, 0), SYS_Point(0, 0), -3).IsValidArc());
+    EXPECT_FALSE(SYS_Arc(SYS_Point(4, 1), SYS_Point(3, 3), SYS_Point(0, 0), 4).IsValidArc() ||
+                 SYS_Arc(SYS_Point(3, 4), SYS_Point(3, 4), SYS_Point(INT32_MIN, 0), 5).IsValidArc());
 }
 
 TEST(Arc, BoxThroughEveryQuadrant) {
@@ -153,14 +144,8 @@ TEST(Arc, BoxThroughEveryQuadrant) {
         {"west to east ccw", west, east, 5, {-5, -5, 5, 0}}, {"west to east cw", west, east, -5, {-5, 0, 5, 5}},
         {"east to north cw", east, north, -5, {-5, -5, 5, 5}},
         {"south full circle cw", south, south, -5, {-5, -5, 5, 5}}};
-    for (auto const& c : cases) {
-        for (SYS_Point d : {SYS_Point(0, 0), SYS_Point(SYS_COORD_LIMIT - 5, -SYS_COORD_LIMIT + 5)}) {
-            SYS_Arc const arc(c.start + d, c.end + d, d, c.radius);
-            SYS_Box expected = c.box;
-            expected.Move(d);
-            EXPECT_EQ(Show(arc.GetBox()), Show(expected)) << c.name << " about " << d.x << "," << d.y;
-        }
-    }
+    for (auto const& c : cases)
+        EXPECT_EQ(Show(SYS_Arc(c.start, c.end, SYS_Point(0, 0), c.radius).GetBox()), Show(c.box)) << c.name;
     SYS_Point out(1, 1);
     SYS_Arc const arc(q1, q3, SYS_Point(0, 0), 5);
     EXPECT_EQ(arc.GetXNearestExtrem(q1, &out), -1);
