@@ -1,9 +1,7 @@
-// Arrays under random change with live iterators, checked after every step against a plain
-// model: the element identities with their lower bound, and for each iterator the identity of
-// the element it stands on. An iterator must follow its element through every insertion and
-// deletion and go nowhere (0x7FFFFFFF) when the element is deleted; a snapshot sharing the buffer
-// must never see the array's changes, nor the array the snapshot's. Both the plain array (inline
-// fast paths) and a derived class (virtual slots throughout) run the same sequence.
+// Arrays under random change with live iterators, checked after every step against a model of
+// element identities: an iterator follows its element and goes nowhere when it is deleted, and a
+// snapshot sharing the buffer never sees the array's changes, nor the array the snapshot's. The
+// plain array (inline fast paths) and a derived one (virtual slots) run the same sequence.
 #include <mortar/scc/scc_arr.h>
 
 #include "scc/scc_test_support.h"

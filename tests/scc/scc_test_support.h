@@ -1,5 +1,5 @@
-// Helpers shared by the container suites: a record of failed checks, an element type that
-// counts its lives, and filling and reading arrays.
+// Helpers of the container suites: a record of failed checks, an element type that counts its
+// lives, and filling and reading arrays.
 #ifndef MORTAR_TESTS_SCC_SCC_TEST_SUPPORT_H
 #define MORTAR_TESTS_SCC_SCC_TEST_SUPPORT_H
 
@@ -8,62 +8,40 @@
 #include <mortar/ssm/ssmimpl.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace scctest {
 
-// Installs an assertion manager for the lifetime of the object and records the message of every
-// failed check that reaches its monitor event ("Message not available" for an empty message).
+// Installs an assertion manager for its lifetime and records the message of every failed check.
 class FailureLog {
 public:
     FailureLog() : m_Hook(this, &FailureLog::OnFailure) { m_Hook.Connect(&m_Manager.MonitorEvent); }
-
-    std::vector<std::string> messages;
-
-    size_t Count() const { return messages.size(); }
-    // The messages so far; starts a new record.
-    std::vector<std::string> Take() {
-        std::vector<std::string> taken;
-        taken.swap(messages);
-        return taken;
-    }
+    size_t Count() const { return m_Messages.size(); }
+    std::vector<std::string> Take() { return std::exchange(m_Messages, {}); } // starts a new record
 
 private:
     int OnFailure(int, int* data) {
-        messages.push_back(reinterpret_cast<SSM::AssertData*>(data)->Message.GetString());
+        m_Messages.push_back(reinterpret_cast<SSM::AssertData*>(data)->Message.GetString());
         return 0;
     }
-
+    std::vector<std::string> m_Messages;
     SSM m_Manager;
     SCC_ObjectEventHook<FailureLog, int> m_Hook;
 };
 
-// The text that an empty check message reaches the record with.
-inline std::string const kNoMessage = "Message not available";
+inline std::string const kNoMessage = "Message not available"; // how an empty check message arrives
 
-// An element that counts how many of its kind are alive and how often it was copied.
+// An element that counts the live objects of its kind, and its copies.
 struct Counted {
-    static int live;
-    static int copies;
+    static inline int live = 0, copies = 0;
     int value;
-
-    Counted() : value(0) { ++live; }
-    Counted(int v) : value(v) { ++live; }
-    Counted(Counted const& o) : value(o.value) {
-        ++live;
-        ++copies;
-    }
-    Counted& operator=(Counted const& o) {
-        value = o.value;
-        ++copies;
-        return *this;
-    }
+    Counted(int v = 0) : value(v) { ++live; }
+    Counted(Counted const& o) : value(o.value) { ++live; ++copies; }
+    Counted& operator=(Counted const& o) { value = o.value; ++copies; return *this; }
     ~Counted() { --live; }
     bool operator==(Counted const& o) const { return value == o.value; }
 };
-
-inline int Counted::live = 0;
-inline int Counted::copies = 0;
 
 inline int SCC_Compare(Counted const& a, Counted const& b) { return ::SCC_Compare(a.value, b.value); }
 
